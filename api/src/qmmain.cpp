@@ -1,0 +1,2 @@
+// Placeholder process entry until the session lands.
+int main() { return 0; }

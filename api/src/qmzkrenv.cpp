@@ -1,0 +1,3 @@
+#include "qmzkrenv.h"
+
+qmZkrEntries g_zkr;

@@ -1,0 +1,20 @@
+/* Provisional core types of the ZKR library (replaced by the reference library's full header). */
+#ifndef ZKRCORE_H
+#define ZKRCORE_H
+#include <stdint.h>
+typedef uint8_t Zkr8u;  typedef int8_t Zkr8s;  typedef uint16_t Zkr16u; typedef int16_t Zkr16s;
+typedef uint32_t Zkr32u; typedef int32_t Zkr32s; typedef uint64_t Zkr64u; typedef int64_t Zkr64s;
+typedef float Zkr32f; typedef double Zkr64f;
+typedef struct { Zkr8s re; Zkr8s im; } Zkr8sc;
+typedef struct { Zkr16s re; Zkr16s im; } Zkr16sc;
+typedef struct { Zkr16u re; Zkr16u im; } Zkr16uc;
+typedef struct { Zkr32s re; Zkr32s im; } Zkr32sc;
+typedef struct { Zkr64s re; Zkr64s im; } Zkr64sc;
+typedef struct { Zkr32f re; Zkr32f im; } Zkr32fc;
+typedef struct { Zkr64f re; Zkr64f im; } Zkr64fc;
+typedef struct { int width; int height; } ZkriSize;
+typedef struct { int x; int y; } ZkriPoint;
+typedef struct { int x; int y; int width; int height; } ZkriRect;
+typedef enum { zkrStsNoErr = 0 } ZkrStatus;
+typedef enum { zkrCpuUnknown = 0 } ZkrCpuType;
+#endif
