@@ -15,6 +15,11 @@ typedef struct { Zkr64f re; Zkr64f im; } Zkr64fc;
 typedef struct { int width; int height; } ZkriSize;
 typedef struct { int x; int y; } ZkriPoint;
 typedef struct { int x; int y; int width; int height; } ZkriRect;
-typedef enum { zkrStsNoErr = 0 } ZkrStatus;
-typedef enum { zkrCpuUnknown = 0 } ZkrCpuType;
+typedef enum { zkrStsNullPtrErr = -8, zkrStsNoErr = 0 } ZkrStatus;
+typedef enum {
+    zkrCpuUnknown = 0x00, zkrCpuX86 = 0x01, zkrCpuMMX = 0x02, zkrCpuSSE = 0x03, zkrCpuSSE2 = 0x04,
+    zkrCpuSSE3 = 0x05, zkrCpuSSSE3 = 0x06, zkrCpuSSE41 = 0x07, zkrCpuSSE42 = 0x08, zkrCpuAVX = 0x09,
+    zkrCpuAVX2 = 0x0A, zkrCpuAVX512F = 0x0B, zkrCpuAVX512BW = 0x0C, zkrCpuAVX512VNNI = 0x0D,
+    zkrCpuX64 = 0x10, zkrCpuX64v2 = 0x11, zkrCpuX64v3 = 0x12, zkrCpuX64v4 = 0x13
+} ZkrCpuType;
 #endif
