@@ -162,6 +162,8 @@ public:
     qmString getCurName() const { return m_names.empty() ? qmString() : m_names.back(); }
     void flush();
     int depth() const { return m_names.size(); }
+    // Forgets the names entered below the given depth (after a jump out of nested steps).
+    void unwindTo(int depth);
 
 private:
     void emit(const qmString& line);

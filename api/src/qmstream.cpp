@@ -287,5 +287,10 @@ void qmTrace::traceOut(const qmString& name) {
 
 void qmTrace::flush() { m_buffer = qmString(); }
 
+void qmTrace::unwindTo(int depth) {
+    while (m_names.size() > depth) m_names.pop_back();
+    if (m_indent.length() > depth) m_indent = m_indent.left(depth);
+}
+
 qmTraceScope::qmTraceScope(const qmString& name) : m_name(name) { g_trace.traceIn(name); }
 qmTraceScope::~qmTraceScope() { g_trace.traceOut(m_name); }

@@ -22,4 +22,8 @@ typedef enum {
     zkrCpuAVX2 = 0x0A, zkrCpuAVX512F = 0x0B, zkrCpuAVX512BW = 0x0C, zkrCpuAVX512VNNI = 0x0D,
     zkrCpuX64 = 0x10, zkrCpuX64v2 = 0x11, zkrCpuX64v3 = 0x12, zkrCpuX64v4 = 0x13
 } ZkrCpuType;
+typedef struct {
+    int major; int minor; int build;
+    const char* targetCpu; const char* Name; const char* Version; const char* BuildDate;
+} ZkrLibraryVersion;
 #endif

@@ -1,0 +1,48 @@
+// What every test module includes. A module that includes zkrcore.h before this header binds the
+// library: its control entry points and version getters are registered before main, so that the
+// session can start the library, switch its processor dispatch (-T) and thread count (-N), and
+// report its versions.
+#ifndef ZK_H
+#define ZK_H
+
+#if defined(ZKRCORE_H)
+#define QM_ZKR_BOUND_HERE 1
+#endif
+
+#include "qmcacheiterator.h"
+#include "qmclock.h"
+#include "qmparameter.h"
+#include "qmsession.h"
+#include "qmtest.h"
+#include "qmtestlist.h"
+#include "qmtool.h"
+#include "qmzkrenv.h"
+#include "zkimage.h"
+#include "zkscaleiterator.h"
+#include "zkvector.h"
+
+#ifdef QM_ZKR_BOUND_HERE
+// Stores the library's real control entry points in the session's table.
+inline void qmBindZkrEntries() {
+    g_zkr.getCpuType = &zkrGetCpuType;
+    g_zkr.getNumCoresOnDie = &zkrGetNumCoresOnDie;
+    g_zkr.getMaxCacheSizeB = &zkrGetMaxCacheSizeB;
+    g_zkr.getStatusString = &zkrGetStatusString;
+    g_zkr.init = &zkrInit;
+    g_zkr.initCpu = &zkrInitCpu;
+    g_zkr.setNumThreads = &zkrSetNumThreads;
+}
+namespace {
+[[maybe_unused]] const bool s_zkrBound = qmRegZkrEnvironment(&qmBindZkrEntries) &&
+                                         qmRegZkrVersion(&zkrcoreGetLibVersion)
+#ifdef ZKRI_H
+                                         && qmRegZkrVersion(&zkriGetLibVersion)
+#endif
+#ifdef ZKRS_H
+                                         && qmRegZkrVersion(&zkrsGetLibVersion)
+#endif
+    ;
+}  // namespace
+#endif
+
+#endif

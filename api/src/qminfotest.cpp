@@ -1,0 +1,26 @@
+#include "qminfotest.h"
+
+#include "qmcpuid.h"
+#include "qmreport.h"
+
+__qmInfoTest::__qmInfoTest(const qmString& name, const qmString& description)
+    : qmTest(static_cast<qmLoopEntry>(nullptr), nullptr, name, __FILE__, name + "/" + description + "/") {}
+
+qmResult __qmInfoTest::run() {
+    m_currentResult = QM_OK;
+    qmReportTestTitle title(*this);
+    g_ostrm << title;
+    g_ustrm << title;
+    printInformation();
+    m_result = QM_OK;
+    m_endTime = std::time(nullptr);
+    qmReportTestResult record(*this);
+    g_ostrm << record;
+    g_ustrm << record;
+    g_ostrm.flush();
+    return m_result;
+}
+
+void __qmKavroCpuTest::printInformation() { qmPrintCpuInformation(); }
+
+qmTest* qmNewKavroCpuTest() { return new __qmKavroCpuTest; }

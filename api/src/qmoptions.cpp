@@ -1,0 +1,146 @@
+// The option table mechanics, the parsed command line, paths and the configuration file.
+#include "qmoptions.h"
+
+#include <unistd.h>
+
+#include <climits>
+
+#include "qmsession.h"
+#include "qmstream.h"
+
+// ---------------------------------------------------------------- the parsed command line
+
+namespace {
+bool isKeyToken(const qmString& t) { return t.length() >= 2 && (t[0] == '-' || t[0] == '/'); }
+}  // namespace
+
+void qmCommandList::pair(const qmList<qmString>& tokens) {
+    m_keys.clear();
+    for (auto it = tokens.begin(); it != tokens.end(); ++it) {
+        if (!isKeyToken(*it)) continue;
+        qmCommandKey k{(*it)[1], it->substr(2)};
+        auto next = std::next(it);
+        if (next != tokens.end() && !isKeyToken(*next)) {
+            k.arg += *next;
+            it = next;
+        }
+        m_keys.append(k);
+    }
+}
+
+void qmCommandList::setArgs(int argc, char** argv) {
+    qmList<qmString> tokens;
+    for (int i = 1; i < argc; ++i) tokens.append(argv[i]);
+    pair(tokens);
+}
+
+void qmCommandList::setArgs(const char* text) { pair(qmString(text).parse(" ;\t\r\n")); }
+
+bool qmCommandList::isKey(char key) const {
+    for (const auto& k : m_keys)
+        if (k.key == key) return true;
+    return false;
+}
+
+bool qmCommandList::getArg(char key, qmString& arg) const {
+    bool found = false;
+    for (const auto& k : m_keys)
+        if (k.key == key) {
+            arg = k.arg;
+            found = true;
+        }
+    return found;
+}
+
+// ---------------------------------------------------------------- options of the session
+
+void qmSession::initOption(char key, const qmString& help, std::function<qmString(const qmString&)> info,
+                           std::function<void(const qmString&, qmSession*)> apply, const qmString& description,
+                           bool hidden, int ignoredOnExit) {
+    auto* o = new qmOption;
+    o->key = key;
+    o->hidden = hidden;
+    o->help = help;
+    o->info = std::move(info);
+    o->apply = std::move(apply);
+    o->description = description;
+    o->ignoredOnExit = ignoredOnExit;
+    m_options.append(o);
+}
+
+qmOption* qmSession::getOption(char key) {
+    for (qmOption* o : m_options)
+        if (o->key == key) return o;
+    return nullptr;
+}
+
+qmString qmSession::getExitInfo() {
+    switch (m_exitLevel) {
+        case 2: return "ignored because of -h option";
+        case 1: return "ignored because of -e option";
+        case 3: return "ignored because of -v option";
+        default: return "ignored";
+    }
+}
+
+void qmSession::applyOption(char key, const qmString& arg) {
+    m_echo << "-" << key << arg << ": ";
+    qmOption* o = getOption(key);
+    if (!o) {
+        m_echo += "ignored: incorrect option key\n";
+        return;
+    }
+    const bool ignored = o->ignoredOnExit == -1 ? m_exitLevel == 2
+                                                 : o->ignoredOnExit > 0 && isExit(o->ignoredOnExit);
+    m_echo += (ignored ? getExitInfo() : o->info(arg)) + "\n";
+    o->apply(arg, this);
+}
+
+// ---------------------------------------------------------------- paths
+
+qmString qmSession::exeDir() {
+    char buf[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
+    if (n > 0) {
+        buf[n] = '\0';
+        return qmString(buf).fileDir();
+    }
+    qmString dir = m_exePath.fileDir();
+    return dir.empty() ? qmString("./") : dir;
+}
+
+qmString qmSession::exeTitle() {
+    qmString t = m_exePath.fileTitle();
+    return t.empty() ? qmString("quillmark") : t;
+}
+
+qmString qmSession::genDirName(const qmString& dir) {
+    if (dir.empty()) return exeDir();
+    qmString d = dir;
+    if (!d.endsWith("/") && !d.endsWith("\\")) d += "/";
+    return d.isAbsolutePath() ? d : exeDir() + d;
+}
+
+qmString qmSession::genPathName(const qmString& dir, const qmString& name, const qmString& ext) {
+    if (name.isAbsolutePath()) return name;
+    qmString n = name.empty() ? m_defName + ext : name;
+    if (!name.empty() && n.find('.') < 0) n += ext;
+    return dir + n;
+}
+
+// ---------------------------------------------------------------- configuration file
+
+bool qmSession::readCfgFile(qmString& line, qmString& fileName) {
+    const qmString name = exeTitle() + ".cfg";
+    for (const qmString& path : {name, exeDir() + name}) {
+        FILE* f = std::fopen(path.c_str(), "r");
+        if (!f) continue;
+        char buf[1024] = {};
+        if (!std::fgets(buf, sizeof buf, f)) buf[0] = '\0';
+        std::fclose(f);
+        line = qmString(buf).trimmed();
+        fileName = path;
+        return true;
+    }
+    return false;
+}

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Installs what the tests need beyond the machine's toolchain: ImageMagick, the independent decoder
+# the bitmap tests compare against. Does nothing when everything is there.
+set -euo pipefail
+need=()
+if ! /usr/bin/convert -version 2>/dev/null | grep -q ImageMagick; then need+=(imagemagick); fi
+for pkg in cmake libgtest-dev libbenchmark-dev; do
+  dpkg -s "$pkg" >/dev/null 2>&1 || need+=("$pkg")
+done
+if [ ${#need[@]} -gt 0 ]; then
+  echo "Installing: ${need[*]}"
+  SUDO=""; [ "$(id -u)" -ne 0 ] && SUDO="sudo"
+  $SUDO apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq "${need[@]}" >/dev/null
+fi
