@@ -22,7 +22,7 @@ public:
     bool runTests(qmConditions& conditions);
     // Dry-runs the selected tests to collect the parameters common to all of them.
     void selectCommonParms(qmConditions& conditions, qmList<qmParameter*>& common);
-    // Whether a test passes the conditions, the -F start-from rule and the -P ini-file rule
+    // Whether a test passes the conditions and the -F start-from rule
     // (the start-from text is cleared by the first test that contains it when `consume` is set).
     bool isSelected(qmTest* t, qmConditions& conditions, bool consume);
 
@@ -34,7 +34,6 @@ public:
     time_t m_endTime = 0;
     static qmString m_startFunc;      // -F
     static qmTest* m_pCurrentTest;    // the test being run
-    static bool m_iniFunctionsOnly;   // -P
 
 private:
     virtual void beforeAll() {}

@@ -143,7 +143,7 @@ void qmSession::registerKeys() {
                false, 1);
     initOption('P', "-P               = read tested function names from ini-file\n",
                text("read tested function names from ini-file if any"),
-               [](const qmString&, qmSession*) { qmTestList::m_iniFunctionsOnly = true; },
+               [](const qmString&, qmSession*) { g_istrm.setSectionsOnly(true); },
                "Together with -i: only the functions that appear as section names in the ini-file are\n"
                "measured.\n",
                false, 1);

@@ -197,12 +197,16 @@ int qmSession::run(int argc, char** argv) {
         outputHeader();
         if (s_parmFunc) s_parmFunc();
         pTestList->selectCommonParms(m_conditions, m_commonParms);
-        g_istrm.beginCommonData();
+        g_istrm.setIniSection(QM_COMMON_SECTION);
         readCommonData();
-        g_istrm.endCommonData();
         if (!qmHotFunctions()) qmRegHotFunction("");
         putTableTitle();
         g_ostrm.setOutLevel(m_levelMode);
+        // Each test's own parameters are asked from the console only with -A (All).
+        if (m_askMode & 8)
+            g_istrm.setIStream(new i_stream(stdin));
+        else
+            g_istrm.deleteIStream();
         // Exit status: 1 when any selected test failed, else 0.
         result = pTestList->runTests(m_conditions) ? 1 : 0;
     }

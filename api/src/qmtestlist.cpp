@@ -2,13 +2,11 @@
 #include "qmtestlist.h"
 
 #include "qmconditions.h"
-#include "qmistream.h"
 #include "qmtest.h"
 
 qmTestList* pTestList = nullptr;
 qmString qmTestList::m_startFunc;
 qmTest* qmTestList::m_pCurrentTest = nullptr;
-bool qmTestList::m_iniFunctionsOnly = false;
 
 namespace {
 qmList<qmString>* s_hot = nullptr;
@@ -58,7 +56,6 @@ void qmTestList::sortFunc() {
 
 bool qmTestList::isSelected(qmTest* t, qmConditions& conditions, bool consume) {
     if (!t->tobeRun(conditions)) return false;
-    if (m_iniFunctionsOnly && g_istrm.hasIniFile() && !g_istrm.iniSectionExists(t->funcName())) return false;
     if (!m_startFunc.empty()) {
         if (!t->funcName().contains(m_startFunc)) return false;
         if (consume) m_startFunc = qmString();
