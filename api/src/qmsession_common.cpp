@@ -30,9 +30,9 @@ auto readValue(Parm& p) {
 }
 
 // The misalignment in units: stored modulo 64, keeping the sign of the value typed.
-class qmVectorAlignParm : public qmIterator_NSC<int> {
+class qmVectorAlignParm : public qmDefault_NSC<int> {
 public:
-    using qmIterator_NSC<int>::qmIterator_NSC;
+    using qmDefault_NSC<int>::qmDefault_NSC;
     int validItem(qmString& item) override {
         const int v = stringToValue(item);
         return v % 64;
@@ -40,9 +40,9 @@ public:
 };
 
 // The mutual shift in bytes: a multiple of 64 (the low six bits cleared).
-class qmVectorShiftParm : public qmIterator_NSC<int> {
+class qmVectorShiftParm : public qmDefault_NSC<int> {
 public:
-    using qmIterator_NSC<int>::qmIterator_NSC;
+    using qmDefault_NSC<int>::qmDefault_NSC;
     int validItem(qmString& item) override {
         const int v = stringToValue(item);
         return v & ~63;
@@ -77,19 +77,19 @@ int qmSession::readTimingMethod() {
     qmTool::getAutoParameters(ignored, ignored, minClocks);
     if (m == 1) {
         preset.getMethodLoop(loops);
-        qmIterator_NSC<int> numLoops(loops, "NumLoops", "Number of loops");
+        qmDefault_NSC<int> numLoops(loops, "NumLoops", "Number of loops");
         g_tool.setMethodLoop(readValue(numLoops));
     } else if (m == 2) {
         preset.getMethodStat(calls, clocks);
-        qmIterator_NSC<int> numCalls(calls, "NumCalls", "Minimal number of calls");
-        qmIterator_NSC<long long> total(clocks, "TotalCpuClocks", "Total CPU clocks");
+        qmDefault_NSC<int> numCalls(calls, "NumCalls", "Minimal number of calls");
+        qmDefault_NSC<long long> total(clocks, "TotalCpuClocks", "Total CPU clocks");
         const int c = readValue(numCalls);
         g_tool.setMethodStat(c, readValue(total));
     } else if (m == 3) {
         long long presetClocks = 0;
         preset.getMethodBest(start, stop, presetClocks);
-        qmIterator_NSC<int> startLoops(start, "StartNumLoops", "Start number of loops");
-        qmIterator_NSC<int> stopLoops(stop, "StopNumLoops", "Stop number of loops");
+        qmDefault_NSC<int> startLoops(start, "StartNumLoops", "Start number of loops");
+        qmDefault_NSC<int> stopLoops(stop, "StopNumLoops", "Stop number of loops");
         const int s = readValue(startLoops);
         g_tool.setMethodBest(s, readValue(stopLoops), minClocks);
     } else {
@@ -101,7 +101,7 @@ int qmSession::readTimingMethod() {
 
 int qmSession::readAccuracy(int method) {
     if (method == 1 || method == 2) return 0;
-    qmIterator_NSC<int> percent(method == 0 ? 5 : 100, "Accuracy", "Accuracy, %");
+    qmDefault_NSC<int> percent(method == 0 ? 5 : 100, "Accuracy", "Accuracy, %");
     double a = readValue(percent) * 0.01;
     if (a < 0.01) a = 10.0;
     if (a > 0.5) a = 500.0;
