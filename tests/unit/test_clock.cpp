@@ -1,0 +1,179 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "qmclock.h"
+
+TEST(ClockNominalRate, SnapsOnlyWithinThreePercent) {
+    EXPECT_EQ(qmNominalFreqMHz(2993), 3060);  // 67 / 2993 < 0.03
+    EXPECT_EQ(qmNominalFreqMHz(2900), 2900);  // nearest 2800, 100 / 2900 > 0.03
+    EXPECT_EQ(qmNominalFreqMHz(5000), 5000);  // further than 1000 from every rate
+    EXPECT_EQ(qmNominalFreqMHz(1000), 1000);
+    EXPECT_EQ(qmNominalFreqMHz(1012), 1000);
+    EXPECT_EQ(qmNominalFreqMHz(0), 0);
+}
+
+TEST(ClockNominalRate, HalfwayTakesTheLowerRate) {
+    EXPECT_EQ(qmNominalFreqMHz(2515), 2500);  // between 2500 and 2530
+    EXPECT_EQ(qmNominalFreqMHz(2630), 2600);  // between 2600 and 2660
+    EXPECT_EQ(qmNominalFreqMHz(2631), 2660);
+}
+
+TEST(ClockCounter, PresentAndNeverGoesBack) {
+    EXPECT_TRUE(zkr_has_rdtsc());
+    uint64_t a = zkr_get_cycle_counter();
+    uint64_t b = zkr_get_cycle_counter();
+    EXPECT_GE(b, a);
+    EXPECT_EQ(qmCpuTicker::getClockFactor(), 1);
+}
+
+TEST(ClockTicker, CachedRateIsNotEstimatedAgain) {
+    int saved = qmCpuTicker::m_freqMHz;
+    qmCpuTicker::m_freqMHz = 1234;
+    EXPECT_EQ(qmCpuTicker::getFreq(), 1234);
+    qmCpuTicker::m_freqMHz = saved;
+}
+
+TEST(ClockOSTimer, FallsBackToProcessorTimeWithoutDevice) {
+    LinuxRTClock fresh;
+    EXPECT_EQ(fresh.m_fd, -1);
+    EXPECT_FALSE(fresh.m_enabled);
+    EXPECT_EQ(LinuxRTClock::INT_PER_SEC, 8192);
+    ASSERT_EQ(g_rtClock.m_fd, -1);
+
+    OSTimer timer;
+    EXPECT_EQ(timer.getOSFreq(), 1000000);
+    long long value = -1;
+    long long returned = OSTimer::GetCounter(&value);
+    EXPECT_EQ(returned, value);
+    EXPECT_GE(value, 0);
+    timer.start();
+    timer.stop();
+    EXPECT_GE(timer.getSec(), 0.0f);
+    EXPECT_FLOAT_EQ(timer.getUSec(), timer.getSec() * 1e6f);
+}
+
+// ---------------------------------------------------------------- priority through a fake system
+
+namespace {
+struct FakeSystem {
+    uid_t uid = 0;
+    int nice = 5;
+    int policy = SCHED_BATCH;
+    int maxFifo = 99;
+    std::vector<std::string> calls;
+};
+FakeSystem* s_sys = nullptr;
+
+qmPrioritySystem fakeSystem() {
+    return {
+        [] { s_sys->calls.push_back("getuid"); return s_sys->uid; },
+        [](int, id_t) { s_sys->calls.push_back("getpriority"); return s_sys->nice; },
+        [](int, id_t, int prio) {
+            s_sys->calls.push_back("setpriority " + std::to_string(prio));
+            return 0;
+        },
+        [](pid_t) { s_sys->calls.push_back("getscheduler"); return s_sys->policy; },
+        [](pid_t, sched_param* p) {
+            s_sys->calls.push_back("getparam");
+            p->sched_priority = 0;
+            return 0;
+        },
+        [](pid_t, int policy, const sched_param* p) {
+            s_sys->calls.push_back("setscheduler " + std::to_string(policy) + " " + std::to_string(p->sched_priority));
+            return 0;
+        },
+        [](int policy) {
+            s_sys->calls.push_back("max " + std::to_string(policy));
+            return s_sys->maxFifo;
+        },
+    };
+}
+
+// The calls other than the root check.
+std::vector<std::string> changes(const std::vector<std::string>& calls) {
+    std::vector<std::string> out;
+    for (const auto& c : calls)
+        if (c != "getuid") out.push_back(c);
+    return out;
+}
+}  // namespace
+
+class ClockPriority : public ::testing::Test {
+protected:
+    void SetUp() override {
+        s_sys = &m_sys;
+        m_saved = g_prioritySystem;
+        g_prioritySystem = fakeSystem();
+        _bSavedPrio = false;
+    }
+    void TearDown() override {
+        g_prioritySystem = m_saved;
+        _bSavedPrio = false;
+        s_sys = nullptr;
+    }
+    FakeSystem m_sys;
+    qmPrioritySystem m_saved{};
+};
+
+TEST_F(ClockPriority, LevelZeroCallsNothing) {
+    _bSavedPrio = true;
+    qmSetPriority(0);
+    EXPECT_FALSE(_bSavedPrio);
+    EXPECT_TRUE(m_sys.calls.empty());
+    qmResetPriority();
+    EXPECT_TRUE(m_sys.calls.empty());
+}
+
+TEST_F(ClockPriority, HighMixesFifoMaximumWithRoundRobin) {
+    qmSetPriority(1);
+    EXPECT_TRUE(_bSavedPrio);
+    std::vector<std::string> expected = {"getpriority", "getscheduler", "getparam", "setpriority -20",
+                                         "max " + std::to_string(SCHED_FIFO),
+                                         "setscheduler " + std::to_string(SCHED_RR) + " 99"};
+    EXPECT_EQ(changes(m_sys.calls), expected);
+}
+
+TEST_F(ClockPriority, HighKeepsPolicyWhenMaximumFails) {
+    m_sys.maxFifo = -1;
+    qmSetPriority(1);
+    std::vector<std::string> expected = {"getpriority", "getscheduler", "getparam", "setpriority -20",
+                                         "max " + std::to_string(SCHED_FIFO)};
+    EXPECT_EQ(changes(m_sys.calls), expected);
+}
+
+TEST_F(ClockPriority, NormalAndLow) {
+    qmSetPriority(2);
+    auto normal = changes(m_sys.calls);
+    ASSERT_EQ(normal.size(), 5u);
+    EXPECT_EQ(normal[3], "setpriority 0");
+    EXPECT_EQ(normal[4], "setscheduler " + std::to_string(SCHED_OTHER) + " 0");
+    m_sys.calls.clear();
+    qmSetPriority(3);
+    auto low = changes(m_sys.calls);
+    ASSERT_EQ(low.size(), 5u);
+    EXPECT_EQ(low[3], "setpriority 10");
+}
+
+TEST_F(ClockPriority, OutOfRangeSavesAndResetRestores) {
+    qmSetPriority(7);
+    EXPECT_TRUE(_bSavedPrio);
+    EXPECT_EQ(changes(m_sys.calls), (std::vector<std::string>{"getpriority", "getscheduler", "getparam"}));
+    m_sys.calls.clear();
+    qmResetPriority();
+    EXPECT_FALSE(_bSavedPrio);
+    EXPECT_EQ(changes(m_sys.calls),
+              (std::vector<std::string>{"setpriority 5", "setscheduler " + std::to_string(SCHED_BATCH) + " 0"}));
+    m_sys.calls.clear();
+    qmResetPriority();  // nothing saved any more
+    EXPECT_TRUE(m_sys.calls.empty());
+}
+
+TEST_F(ClockPriority, NotRootChangesNothing) {
+    m_sys.uid = 1000;
+    qmSetPriority(1);
+    qmResetPriority();
+    EXPECT_TRUE(changes(m_sys.calls).empty());
+    EXPECT_FALSE(m_sys.calls.empty());  // but it did ask who it runs as
+}
