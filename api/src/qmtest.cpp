@@ -65,7 +65,18 @@ qmTest::qmTest(qmCallEntry call, qmCallEntry init, qmLoopEntry loop, qmStatEntry
     construct(funcName, srcPath, info);
 }
 
-qmTest::~qmTest() = default;
+qmTest::~qmTest() { delete m_cacheIter; }
+
+void qmTest::regCacheParm(qmStepIterator<int>& parm, qmObject* object, bool (*setValue)(qmParameter*, int, int, bool)) {
+    delete m_cacheIter;
+    m_cacheIter = new qmCacheIteratorInt(parm, object, setValue);
+}
+
+void qmTest::regCacheParm(qmStepIterator<ZkriSize>& parm, qmObject* object,
+                          bool (*setValue)(qmParameter*, int, int, bool)) {
+    delete m_cacheIter;
+    m_cacheIter = new qmCacheIteratorSize(parm, object, setValue);
+}
 
 void qmTest::initSettings() {
     m_currentResult = QM_UNDEFINED;
@@ -128,7 +139,6 @@ qmResult qmTest::run() {
         m_currentResult = QM_UNDEFINED;
         m_tool = g_tool;
         m_parms.clear();
-        m_cacheIter = nullptr;
         if (!step("setIniSection", [&] { return g_istrm.setIniSection(m_funcName); })) return QM_UNDEFINED;
         step("beginTest", [&] { beginTest(); });
         step("testTitle", [&] {
@@ -204,7 +214,6 @@ void qmTest::startAndStop() {
     }
     try {
         m_parms.clear();
-        m_cacheIter = nullptr;
         beginTest();
         canStart();
         flushStart();
@@ -240,7 +249,15 @@ bool qmTest::canContinue() {
         m_cacheInvalid = false;
         if (m_cacheIter->repeatValue()) return true;
         m_cacheIter->outputInfo();
-        // the mode is given up for this combination: move the cache iterator on
+        // The sizes cannot be brought within the mode's limits: give the mode up and go on with the
+        // next one, the other parameters from their first values.
+        if (!m_cacheIter->nextValue()) return false;
+        bool after = false;
+        for (qmParameter* p : m_parms) {
+            if (after) p->firstValue();
+            after = after || p == m_cacheIter;
+        }
+        return true;
     }
     if (m_firstLine) return startParameters();
     return advanceParameters();

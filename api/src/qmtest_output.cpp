@@ -14,6 +14,12 @@
 
 namespace {
 constexpr int kFuncColumns = 4;  // Function, funcBase, funcDataType, funcDescriptor
+
+// The data object that owns a block, or null for bare buffers and later image planes.
+qmObject* qmObjectOf(void* owner) {
+    if (!owner || owner == MEM_OBJECT_IS_BUFFER || owner == MEM_OBJECT_IS_SUBOBJECT) return nullptr;
+    return static_cast<qmObject*>(owner);
+}
 }
 
 qmString qmTest::formatClocks(double x) {
@@ -178,7 +184,7 @@ void qmTest::printAllMemoryBlocks(const qmString& title) {
     int size = 0;
     void* owner = nullptr;
     int index = 0;
-    for (bool more = qmMallocFirst(&size, &owner); more; more = qmMallocNext(&size, &owner))
+    for (void* p = qmMallocFirst(&size, &owner); p; p = qmMallocNext(&size, &owner))
         g_ostrm << "   block " << index++ << ": size " << size << "\n";
     g_ostrm.endMessage();
 }
@@ -190,7 +196,7 @@ void zkTest::printAllMemoryBlocks(const qmString& title) {
     int size = 0;
     void* owner = nullptr;
     int index = 0;
-    for (bool more = qmMallocFirst(&size, &owner); more; more = qmMallocNext(&size, &owner), ++index) {
+    for (void* p = qmMallocFirst(&size, &owner); p; p = qmMallocNext(&size, &owner), ++index) {
         auto* object = qmObjectOf(owner);
         printFirstBlockLine(index, object, size);
         if (auto* v = dynamic_cast<zkVector*>(object))
@@ -228,13 +234,13 @@ void zkTest::printByteBlock(void* p, int size) {
 void qmTest::reserveAllVectors() {
     int size = 0;
     void* owner = nullptr;
-    for (bool more = qmMallocFirst(&size, &owner); more; more = qmMallocNext(&size, &owner))
+    for (void* p = qmMallocFirst(&size, &owner); p; p = qmMallocNext(&size, &owner))
         if (auto* v = dynamic_cast<zkVector*>(qmObjectOf(owner))) v->reserveCopy();
 }
 
 void qmTest::resetAllVectors() {
     int size = 0;
     void* owner = nullptr;
-    for (bool more = qmMallocFirst(&size, &owner); more; more = qmMallocNext(&size, &owner))
+    for (void* p = qmMallocFirst(&size, &owner); p; p = qmMallocNext(&size, &owner))
         if (auto* v = dynamic_cast<zkVector*>(qmObjectOf(owner))) v->setReservedCopy();
 }

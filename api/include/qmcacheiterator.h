@@ -1,0 +1,81 @@
+// qmCacheIterator: the parameter "cacheIterator" that times a test twice, with data sized to fit in
+// the largest cache ("inCache") and with data beyond it ("outofCache"). It controls a size
+// parameter of the test and, after the test has built its data, checks the data's size against
+// the mode's limits; when they do not fit it rescales the controlled parameter so that the test can
+// build its data again, at most 11 times in a row.
+#pragma once
+#include "qmiterators.h"
+#include "qmstepiterator.h"
+#include "zkrcore.h"
+
+class qmObject;
+
+class qmCacheIterator : public qmIterator_NSC<int> {
+public:
+    using SetValueFunc = bool (*)(qmParameter* parm, int target, int bound, bool fine);
+    static constexpr int MAX_TRIES = 11;
+
+    qmCacheIterator(qmParameter& controlled, qmObject* watched, SetValueFunc setValue);
+
+    bool nextValue() override;
+    qmString valueToString(int mode) const override;
+
+    bool validateSize();
+    bool repeatValue();
+    bool setNewValue();
+    void outputInfo() const;
+
+    int getTotalSize() const;
+    int getObjectSize() const;
+    // Largest cache of the processor as the library reports it; 0 when the query fails.
+    static int cacheSize();
+    int lowSize() const;
+    int highSize() const;
+    qmString getComment() const;
+    const qmString& message() const { return m_message; }
+    int tries() const { return m_tries; }
+    // The cache size the limits use (the library's answer unless a test sets it).
+    void setCacheSize(int bytes) { m_cacheSize = bytes; }
+
+protected:
+    virtual bool setNewValueToParm(int target, int bound, bool fine) = 0;
+
+    qmParameter& m_parm;
+    qmObject* m_object;
+    SetValueFunc m_setValue;
+    int m_tries = 0;
+    int m_objectSize = 0;
+    int m_totalSize = 0;
+    double m_lowFactor = 0.1;
+    qmString m_message;
+    int m_cacheSize = -1;  // -1: ask the library
+};
+
+// Controls an int parameter (a length in elements, a side in pixels).
+class qmCacheIteratorInt : public qmCacheIterator {
+public:
+    qmCacheIteratorInt(qmStepIterator<int>& controlled, qmObject* watched, SetValueFunc setValue = nullptr)
+        : qmCacheIterator(controlled, watched, setValue), m_int(controlled) {}
+    // Scales v by a power of two (coarse) or doubles/halves it (fine); false when v drops to 0 or below.
+    static bool updateValue(int& v, long long size, long long bound, bool fine);
+
+protected:
+    bool setNewValueToParm(int target, int bound, bool fine) override;
+
+private:
+    qmStepIterator<int>& m_int;
+};
+
+// Controls an image size parameter: the scaling is shared between width and height.
+class qmCacheIteratorSize : public qmCacheIterator {
+public:
+    qmCacheIteratorSize(qmStepIterator<ZkriSize>& controlled, qmObject* watched, SetValueFunc setValue = nullptr)
+        : qmCacheIterator(controlled, watched, setValue), m_size(controlled) {}
+    static bool updateValue(ZkriSize& v, long long size, long long bound, bool fine);
+
+protected:
+    bool setNewValueToParm(int target, int bound, bool fine) override;
+
+private:
+    qmStepIterator<ZkriSize>& m_size;
+};
