@@ -5,7 +5,7 @@
 // Function name with the test name against the right frame, then the description wrapped to
 // the box, then the source module.
 qmString qmReportTestTitle::text() const {
-    constexpr int kTextWidth = qmReportFormat::RIGHT_FRAME - 2;
+    constexpr int kTextWidth = qmReportFormat::RIGHT_FRAME - 3;  // columns 2..76, a blank before the frame
     qmReportFormat fmt(1, qmReportFormat::RIGHT, qmReportFormat::RIGHT, qmReportFormat::RIGHT,
                        qmReportFormat::RIGHT, qmReportFormat::RIGHT);
     qmString box = fmt.firstLine();

@@ -1,5 +1,7 @@
 #include "qmreport.h"
 
+#include <iterator>
+
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -50,13 +52,13 @@ qmReportTitle::qmReportTitle(const qmTitleFacts& f)
 // wrapped at blanks into the value column.
 qmString qmReportTitle::text() const {
     constexpr int kValueColumn = 18;
-    constexpr int kValueWidth = qmReportFormat::RIGHT_FRAME - kValueColumn;
+    constexpr int kValueWidth = qmReportFormat::RIGHT_FRAME - kValueColumn - 1;  // a blank before the frame
     qmReportFormat fmt(1, 16, kValueColumn, qmReportFormat::RIGHT, qmReportFormat::RIGHT,
                        qmReportFormat::RIGHT);
     qmString box = fmt.firstLine();
     box += fmt.getLine(m_heading, qmString(), qmString(), m_started);
     auto it = m_pairs.begin();
-    ++it, ++it;  // program and start time are on the heading line
+    std::advance(it, 4);  // the program and start-time pairs are the heading line
     for (; it != m_pairs.end(); ++it) {
         const qmString& name = *it++;
         qmString value = *it, piece;
