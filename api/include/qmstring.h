@@ -58,7 +58,8 @@ public:
     // Splits at the separator, keeping empty pieces.
     qmList<qmString> split(char separator) const;
 
-    // Numeric parsing of the whole (trimmed) text; false when it is not a number.
+    // Numeric parsing of the whole (trimmed) text; false when it is not a number. Integers are
+    // decimal, or hexadecimal with "0x".
     bool toInt(long long& v) const;
     bool toDouble(double& v) const;
 
