@@ -1,5 +1,6 @@
 // qmString: the framework's string, a thin value wrapper over std::string.
 #pragma once
+#include <compare>
 #include <string>
 #include <string_view>
 #include <sstream>
@@ -70,8 +71,9 @@ public:
     friend qmString operator+(qmString a, const char* b) { a += b; return a; }
     friend qmString operator+(const char* a, const qmString& b) { return qmString(a) += b; }
     friend qmString operator+(qmString a, char c) { a += c; return a; }
-    auto operator<=>(const qmString& o) const = default;
-    bool operator==(const qmString& o) const = default;
+    // Comparison is by text only: the error flag is a mark of the parser, not part of the value.
+    std::strong_ordering operator<=>(const qmString& o) const { return m_s <=> o.m_s; }
+    bool operator==(const qmString& o) const { return m_s == o.m_s; }
     bool operator==(const char* o) const { return m_s == o; }
 
     // Stream-style appending of numbers and texts ("s << 12 << ' ' << 1.5").
