@@ -145,6 +145,7 @@ public:
     void close();
 
 private:
+    void writeRow(const qmString& row);  // to every output, with its new line, flushed
     qmList<o_stream*> m_outputs;
     qmString m_colm[MAX_COLUMNS];
     int m_filled = 0;

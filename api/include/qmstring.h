@@ -1,5 +1,6 @@
 // qmString: the framework's string, a thin value wrapper over std::string.
 #pragma once
+#include <compare>
 #include <string>
 #include <string_view>
 #include <sstream>
@@ -58,7 +59,8 @@ public:
     // Splits at the separator, keeping empty pieces.
     qmList<qmString> split(char separator) const;
 
-    // Numeric parsing of the whole (trimmed) text; false when it is not a number.
+    // Numeric parsing of the whole (trimmed) text; false when it is not a number. Integers are
+    // decimal, or hexadecimal with "0x".
     bool toInt(long long& v) const;
     bool toDouble(double& v) const;
 
@@ -69,8 +71,9 @@ public:
     friend qmString operator+(qmString a, const char* b) { a += b; return a; }
     friend qmString operator+(const char* a, const qmString& b) { return qmString(a) += b; }
     friend qmString operator+(qmString a, char c) { a += c; return a; }
-    auto operator<=>(const qmString& o) const = default;
-    bool operator==(const qmString& o) const = default;
+    // Comparison is by text only: the error flag is a mark of the parser, not part of the value.
+    std::strong_ordering operator<=>(const qmString& o) const { return m_s <=> o.m_s; }
+    bool operator==(const qmString& o) const { return m_s == o.m_s; }
     bool operator==(const char* o) const { return m_s == o; }
 
     // Stream-style appending of numbers and texts ("s << 12 << ' ' << 1.5").

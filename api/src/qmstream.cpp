@@ -175,24 +175,30 @@ void qmCStream::getColm(int index, qmString& text) const {
     text = m_colm[index];
 }
 
-qmString qmCStream::rowText(int n) const {
-    if (n <= 0) n = m_filled;
-    if (n > MAX_COLUMNS) n = MAX_COLUMNS;
+namespace {
+// n columns of a row (0: as many as are filled), "-" for empty or unfilled ones.
+qmString joinColumns(const qmString* colm, int filled, int n) {
+    if (n <= 0) n = filled;
+    if (n > qmCStream::MAX_COLUMNS) n = qmCStream::MAX_COLUMNS;
     qmString row;
     for (int i = 0; i < n; ++i) {
         if (i) row += ",";
-        row += (i < m_filled && !m_colm[i].empty()) ? m_colm[i] : qmString("-");
+        row += (i < filled && !colm[i].empty()) ? colm[i] : qmString("-");
     }
     return row;
 }
+}  // namespace
 
-void qmCStream::tableOut(int n) {
-    qmString row = rowText(n) + "\n";
+qmString qmCStream::rowText(int n) const { return joinColumns(m_colm, m_filled, n); }
+
+void qmCStream::writeRow(const qmString& row) {
     for (o_stream* o : m_outputs) {
-        o->write(row);
+        o->write(row + "\n");
         o->flush();
     }
 }
+
+void qmCStream::tableOut(int n) { writeRow(rowText(n)); }
 
 void qmCStream::lineOut(int n) {
     tableOut(n);
@@ -211,15 +217,10 @@ void qmCStream::linePostpone() {
     tableFlush();
 }
 
+// The postponed rows go out from their own store, so a row being filled meanwhile stays intact.
 void qmCStream::linePostponeOut(int n) {
-    auto rows = std::move(m_postponed);
+    for (const auto& row : m_postponed) writeRow(joinColumns(row.data(), static_cast<int>(row.size()), n));
     m_postponed.clear();
-    for (auto& row : rows) {
-        tableFlush();
-        for (size_t i = 0; i < row.size(); ++i) setColm(static_cast<int>(i), row[i]);
-        tableOut(n);
-    }
-    tableFlush();
 }
 
 void qmCStream::identicalLinesStart(int width) {

@@ -117,9 +117,13 @@ qmList<qmString> qmString::split(char separator) const {
 bool qmString::toInt(long long& v) const {
     std::string t = trimmed().m_s;
     if (t.empty()) return false;
+    // Decimal unless written with "0x": a value typed as "08" or "010" means eight or ten,
+    // not an octal number (or, for "08", no number at all).
+    const size_t digits = (t[0] == '-' || t[0] == '+') ? 1 : 0;
+    const bool hex = t.compare(digits, 2, "0x") == 0 || t.compare(digits, 2, "0X") == 0;
     errno = 0;
     char* end = nullptr;
-    long long r = std::strtoll(t.c_str(), &end, 0);
+    long long r = std::strtoll(t.c_str(), &end, hex ? 16 : 10);
     if (errno != 0 || *end != '\0') return false;
     v = r;
     return true;
