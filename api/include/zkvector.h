@@ -42,7 +42,8 @@ public:
     virtual bool setRandom();           // the type's default range (see randomDefault)
     virtual bool setRandom(double low, double high);
 
-    // Allocates length elements (align: see allocateVector) and fills with zeros.
+    // Allocates length elements (align: see allocateVector) and fills with zeros. Every failure
+    // writes "-- Fail to allocate <name> data" (after the allocator's own message).
     bool createVector(int length, int align = -1, void* owner = nullptr);
     // Allocates with the session's misalignment and fills with the mode.
     bool createVector(int length, SetMode mode, double v1, double v2);

@@ -71,6 +71,7 @@ bool zkImage::createImage(int width, int height, int arg, int align, bool firstP
     }
     if (!ok) {
         deleteVector();
+        reportAllocFailure();
         return false;
     }
     setPlaneArray();

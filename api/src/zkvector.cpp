@@ -93,7 +93,10 @@ bool zkVector::createVector(int length, int align, void* owner) {
         reportAllocFailure();
         return false;
     }
-    if (!allocateVector(static_cast<int>(bytes), align, owner)) return false;
+    if (!allocateVector(static_cast<int>(bytes), align, owner)) {
+        reportAllocFailure();
+        return false;
+    }
     m_length = length;
     return setConst() || length == 0;
 }
