@@ -1,6 +1,7 @@
 #include "zkbmpfile.h"
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <vector>
 #include "qmstream.h"
@@ -160,7 +161,12 @@ long long zkBmpFile::GetDataStep() const {
 }
 
 long long zkBmpFile::GetDataSize() const {
-    return GetDataStep() * m_infoHeader.biHeight * m_infoHeader.biPlanes;
+    // Hostile headers can ask for more than 2^63 bytes: such a size saturates.
+    long long size;
+    if (__builtin_mul_overflow(GetDataStep(), static_cast<long long>(m_infoHeader.biHeight) * m_infoHeader.biPlanes,
+                               &size))
+        return std::numeric_limits<long long>::max();
+    return size;
 }
 
 bool zkBmpFile::IsCompressed() const { return m_infoHeader.biCompression == 0 && m_infoHeader.biBitCount <= 8; }
@@ -174,7 +180,7 @@ bool zkBmpFile::checkLayout(int& width, int& height, int& channels) {
         !SetImagePlane(plane) || !SetImageChannels(channels))
         return false;
     // The pixel data must be in the file before any memory is taken for them.
-    if (static_cast<long long>(m_fileHeader.bfOffBits) + GetDataSize() > m_fileLength)
+    if (GetDataSize() > m_fileLength - static_cast<long long>(m_fileHeader.bfOffBits))
         return error("Bitmap data are truncated");
     return true;
 }

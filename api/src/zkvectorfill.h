@@ -3,6 +3,7 @@
 #pragma once
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <type_traits>
@@ -70,8 +71,11 @@ P toPart(double v) {
     }
 }
 
+// Stores one element. Test data are deliberately misaligned (a float may start on an odd byte), so
+// elements are written and read by memcpy, never through a typed reference.
 template <class T>
-void store(T& e, double re, double im) {
+void store(T* at, double re, double im) {
+    T e;
     if constexpr (Complex<T>) {
         e.re = toPart<Part<T>>(re);
         e.im = toPart<Part<T>>(im);
@@ -79,6 +83,14 @@ void store(T& e, double re, double im) {
         (void)im;
         e = toPart<T>(re);
     }
+    std::memcpy(static_cast<void*>(at), &e, sizeof e);
+}
+
+template <class T>
+T load(const T* at) {
+    T e;
+    std::memcpy(&e, static_cast<const void*>(at), sizeof e);
+    return e;
 }
 
 template <class P>
@@ -92,7 +104,7 @@ void jaehne(T* p, int len, double magn, double offset) {
     const double k = M_PI / 2 / len;
     for (int n = 0; n < len; ++n) {
         const double phase = k * n * n;
-        store(p[n], std::sin(phase) * magn + offset, std::cos(phase) * magn + offset);
+        store(p + n, std::sin(phase) * magn + offset, std::cos(phase) * magn + offset);
     }
 }
 
@@ -107,7 +119,7 @@ void jaehne2D(void* base, int w, int h, int step, int stride, double magn, doubl
         const double cy = y - my;
         for (int x = 0; x < w; ++x) {
             const double cx = x - mx, phase = (cx * cx + cy * cy) * k;
-            store(row[static_cast<long long>(x) * stride], (std::sin(phase) + 1) * magn + offset,
+            store(row + static_cast<long long>(x) * stride, (std::sin(phase) + 1) * magn + offset,
                   (std::cos(phase) + 1) * magn + offset);
         }
     }
@@ -141,7 +153,7 @@ template <class T>
 void sequence(T* p, int n, Sequence& s) {
     for (int i = 0; i < n; ++i) {
         const double v = s.next();
-        store(p[i], v, -v);
+        store(p + i, v, -v);
     }
 }
 
@@ -162,13 +174,13 @@ void random(T* p, int n, std::mt19937& g, double low, double high) {
     for (int i = 0; i < n; ++i) {
         const double re = uniform<P>(g, low, high);
         const double im = Complex<T> ? uniform<P>(g, low, high) : 0.0;
-        store(p[i], re, im);
+        store(p + i, re, im);
     }
 }
 
 template <class T>
 void constant(T* p, int n, double re, double im) {
-    for (int i = 0; i < n; ++i) store(p[i], re, im);
+    for (int i = 0; i < n; ++i) store(p + i, re, im);
 }
 
 }  // namespace zkfill

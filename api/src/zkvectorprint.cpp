@@ -39,10 +39,11 @@ qmString zkVector::vectorStringReal(int first, int count) const {
     zkfill::dispatch(m_type, [&]<class T>() {
         const T* p = ptr<T>() + first;
         for (int i = 0; i < count; ++i) {
+            const T e = zkfill::load(p + i);
             if constexpr (zkfill::Complex<T>)
-                s << partText(p[i].re) << partText(p[i].im);
+                s << partText(e.re) << partText(e.im);
             else
-                s << partText(p[i]);
+                s << partText(e);
         }
     });
     return s;
@@ -56,7 +57,10 @@ qmString zkVector::vectorStringCplx(int first, int count) const {
     zkfill::dispatch(m_type, [&]<class T>() {
         if constexpr (zkfill::Complex<T>) {
             const T* p = ptr<T>() + first;
-            for (int i = 0; i < count; ++i) s << pairText(p[i].re, p[i].im);
+            for (int i = 0; i < count; ++i) {
+                const T e = zkfill::load(p + i);
+                s << pairText(e.re, e.im);
+            }
         }
     });
     return s;
