@@ -5,6 +5,7 @@
 #include <utility>
 #include "qmlist.h"
 #include "qmmemory.h"
+#include "qmreport.h"
 #include "qmresult.h"
 #include "qmstream.h"
 #include "qmstring.h"
@@ -98,6 +99,10 @@ public:
     const qmTestInfo& info() const { return m_info; }
     qmResult result() const { return m_result; }
     time_t createTime() const { return m_createTime; }
+    time_t startTime() const { return m_startTime; }
+    // Facts for the test's title and result records.
+    qmTestTitleFacts titleFacts() const;
+    qmTestResultFacts resultFacts() const;
     time_t endTime() const { return m_endTime; }
     bool x87Changed() const { return m_x87Changed; }
     bool sseChanged() const { return m_sseChanged; }
@@ -124,6 +129,7 @@ public:
 protected:
     time_t m_createTime = 0;
     time_t m_endTime = 0;
+    time_t m_startTime = 0;  // start of the last run
     qmString m_funcName;
     qmString m_srcName;
     qmTestInfo m_info;

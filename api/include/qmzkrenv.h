@@ -18,3 +18,8 @@ struct qmZkrEntries {
 extern qmZkrEntries g_zkr;
 // Status returned by the fallbacks of init, initCpu and setNumThreads: no library is bound.
 constexpr int QM_ZKR_NOT_BOUND = -2;
+
+// Gives every entry point still unset the framework's fallback: processor type, cores and cache size
+// from the program's own identification, status texts "Error"/"OK"/"Warning", and
+// QM_ZKR_NOT_BOUND from the three control calls.
+void qmSetZkrFallbacks();

@@ -1,6 +1,7 @@
 // zkImage: the two-dimensional test data object, laid out after the descriptor of the function that
 // uses it (channels, unprocessed alpha, interleaved or planar), rows from the test allocator.
 #pragma once
+#include "qmgeometry.h"
 #include "zkvector.h"
 #include "zkrcore.h"
 
@@ -127,14 +128,4 @@ private:
     ZkriRect m_roi = {0, 0, 0, 0};
 };
 
-// Text forms of the library's geometry types: size "WxH", point "x,y", rectangle "x,y,WxH".
-qmString& operator<<(qmString& s, const ZkriSize& v);
-qmString& operator<<(qmString& s, const ZkriPoint& v);
-qmString& operator<<(qmString& s, const ZkriRect& v);
-// Reading: the value is left alone and the text's error flag set when it does not parse.
-ZkriSize& operator<<(ZkriSize& v, qmString& s);
-ZkriPoint& operator<<(ZkriPoint& v, qmString& s);
-ZkriRect& operator<<(ZkriRect& v, qmString& s);
-bool zkParseSize(const qmString& s, ZkriSize& v);
-bool zkParsePoint(const qmString& s, ZkriPoint& v);
-bool zkParseRect(const qmString& s, ZkriRect& v);
+// The text forms of ZkriSize, ZkriPoint and ZkriRect are in qmgeometry.h.

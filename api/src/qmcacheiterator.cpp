@@ -93,6 +93,7 @@ void qmCacheIterator::outputInfo() const {
 
 bool qmCacheIteratorInt::updateValue(int& v, long long size, long long bound, bool fine) {
     if (fine) {
+        if (size < bound && v > INT_MAX / 2) return false;
         v = size >= bound ? v >> 1 : v << 1;
         return v > 0;
     }
@@ -106,6 +107,7 @@ bool qmCacheIteratorInt::updateValue(int& v, long long size, long long bound, bo
         size /= 2;
         --k;
     } while (size / 2 >= bound && size > 0);
+    if (k >= 31 || (k >= 1 && v > (INT_MAX >> k))) return false;
     v = k >= 1 ? v << k : v >> -k;
     return v > 0;
 }
@@ -119,6 +121,7 @@ bool qmCacheIteratorInt::setNewValueToParm(int target, int bound, bool fine) {
 
 bool qmCacheIteratorSize::updateValue(ZkriSize& v, long long size, long long bound, bool fine) {
     if (fine) {
+        if (size < bound && (v.width > INT_MAX / 2 || v.height > INT_MAX / 2)) return false;
         if (size < bound)
             (v.width <= v.height ? v.width : v.height) <<= 1;
         else
@@ -134,6 +137,8 @@ bool qmCacheIteratorSize::updateValue(ZkriSize& v, long long size, long long bou
         size /= 2;
         (ex > ey ? ex : ey) -= 1;
     } while (size / 2 >= bound && size > 0);
+    if (ex >= 31 || ey >= 31 || (ex > 0 && v.width > (INT_MAX >> ex)) || (ey > 0 && v.height > (INT_MAX >> ey)))
+        return false;
     v.width = ex > 0 ? v.width << ex : v.width >> -ex;
     v.height = ey > 0 ? v.height << ey : v.height >> -ey;
     return v.width >= 1 && v.height >= 1;

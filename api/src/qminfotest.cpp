@@ -8,13 +8,14 @@ __qmInfoTest::__qmInfoTest(const qmString& name, const qmString& description)
 
 qmResult __qmInfoTest::run() {
     m_currentResult = QM_OK;
-    qmReportTestTitle title(*this);
+    m_startTime = std::time(nullptr);
+    qmReportTestTitle title(titleFacts());
     g_ostrm << title;
     g_ustrm << title;
     printInformation();
     m_result = QM_OK;
     m_endTime = std::time(nullptr);
-    qmReportTestResult record(*this);
+    qmReportTestResult record(resultFacts());
     g_ostrm << record;
     g_ustrm << record;
     g_ostrm.flush();

@@ -89,11 +89,7 @@ ZkrStatus notBoundCpu(ZkrCpuType) { return static_cast<ZkrStatus>(QM_ZKR_NOT_BOU
 ZkrStatus notBoundThreads(int) { return static_cast<ZkrStatus>(QM_ZKR_NOT_BOUND); }
 }  // namespace
 
-void qmSession::setZkrEnvironment() {
-    if (zkrEnvironment) {
-        zkrEnvironment();
-        g_ostrm << "\nZKR Core library functions have been integrated into QM\n";
-    }
+void qmSetZkrFallbacks() {
     if (!g_zkr.getCpuType) g_zkr.getCpuType = &qmOwnCpuType;
     if (!g_zkr.getNumCoresOnDie) g_zkr.getNumCoresOnDie = &qmOwnNumCoresOnDie;
     if (!g_zkr.getMaxCacheSizeB) g_zkr.getMaxCacheSizeB = &qmOwnMaxCacheSizeB;
@@ -101,6 +97,14 @@ void qmSession::setZkrEnvironment() {
     if (!g_zkr.init) g_zkr.init = &notBound;
     if (!g_zkr.initCpu) g_zkr.initCpu = &notBoundCpu;
     if (!g_zkr.setNumThreads) g_zkr.setNumThreads = &notBoundThreads;
+}
+
+void qmSession::setZkrEnvironment() {
+    if (zkrEnvironment) {
+        zkrEnvironment();
+        g_ostrm << "\nZKR Core library functions have been integrated into QM\n";
+    }
+    qmSetZkrFallbacks();
 }
 
 void qmSession::printStatus(int status) {

@@ -13,6 +13,7 @@
 #include "qmsession.h"
 #include "qmsignal.h"
 #include "qmtestlist.h"
+#include "qmzkrenv.h"
 
 qmResult qmTest::m_currentResult = QM_UNDEFINED;
 int qmTest::m_hot = 0;
@@ -41,7 +42,7 @@ qmTestInfo::qmTestInfo(const qmString& id) {
 // ---------------------------------------------------------------- construction
 
 void qmTest::construct(const qmString& funcName, const qmString& srcPath, const qmString& info) {
-    m_createTime = m_endTime = std::time(nullptr);
+    m_createTime = m_endTime = m_startTime = std::time(nullptr);
     m_funcName = funcName;
     m_srcName = srcPath.fileName();
     m_info = qmTestInfo(info);
@@ -112,11 +113,27 @@ bool zkTest::isFloatFunction() const { return zkIsFloat(m_func.srcType()) || zkI
 // ---------------------------------------------------------------- the run
 
 namespace {
-// Runs one named step under the tracer; the tracer's innermost name names the step in messages.
+// The innermost step that an exception left, kept while the exception unwinds the tracer.
+qmString s_failedStep;
+
+// Runs one named step under the tracer; the step's name names it in error messages.
 template <class F>
 auto step(const char* name, F&& f) {
     qmTraceScope scope(name);
-    return f();
+    try {
+        return f();
+    } catch (...) {
+        if (s_failedStep.empty()) s_failedStep = name;
+        throw;
+    }
+}
+
+// The step to blame: the one an exception left, else the innermost one still traced (a signal
+// jumps out without unwinding the tracer).
+qmString failedStep() {
+    qmString where = s_failedStep.empty() ? g_trace.getCurName() : s_failedStep;
+    s_failedStep = qmString();
+    return where;
 }
 }  // namespace
 
@@ -125,9 +142,9 @@ qmResult qmTest::run() {
     const int traceDepth = g_trace.depth();
     const int savedLevel = g_ostrm.outLevel();
     if (QM_SIGNAL_CAUGHT()) {
-        clearCtrlStatus();
+        initCtrlStatus();  // the handler ran with a fresh floating-point state; restore ours
         g_ostrm.setOutLevel(savedLevel);
-        const qmString where = g_trace.getCurName();
+        const qmString where = failedStep();
         g_trace.unwindTo(traceDepth);
         m_currentResult = QM_EXCPTFAIL;
         qmException e(tsSignal::getInfo());
@@ -137,18 +154,19 @@ qmResult qmTest::run() {
     try {
         m_result = QM_OK;
         m_currentResult = QM_UNDEFINED;
+        m_startTime = std::time(nullptr);
         m_tool = g_tool;
         m_parms.clear();
         if (!step("setIniSection", [&] { return g_istrm.setIniSection(m_funcName); })) return QM_UNDEFINED;
         step("beginTest", [&] { beginTest(); });
         step("testTitle", [&] {
-            qmReportTestTitle title(*this);
+            qmReportTestTitle title(titleFacts());
             g_ostrm << title;
             g_ustrm << title;
         });
         stepsAfterStart();
     } catch (const std::exception& ex) {
-        const qmString where = g_trace.getCurName();
+        const qmString where = failedStep();
         g_trace.unwindTo(traceDepth);
         g_ostrm.setOutLevel(savedLevel);
         m_currentResult = QM_EXCPTFAIL;
@@ -183,7 +201,7 @@ qmResult qmTest::finishRun() {
         qmTraceScope scope("testResult");
         m_result = m_currentResult;
         m_endTime = std::time(nullptr);
-        qmReportTestResult record(*this);
+        qmReportTestResult record(resultFacts());
         g_ostrm << record;
         g_ustrm << record;
         g_ostrm.flush();
@@ -206,7 +224,7 @@ void qmTest::startAndStop() {
     g_ostrm.setOutLevel(ERR);
     qmSignalScope signals;
     if (QM_SIGNAL_CAUGHT()) {
-        clearCtrlStatus();
+        initCtrlStatus();
         g_ostrm << MSG_ERR << qmException(tsSignal::getInfo()).msg() << " in startAndStop of " << m_funcName
                 << " test\n" << MSG_RESTORE;
         g_ostrm.setOutLevel(savedLevel);

@@ -22,6 +22,23 @@ qmObject* qmObjectOf(void* owner) {
 }
 }
 
+qmTestTitleFacts qmTest::titleFacts() const { return {m_funcName, m_info.name, m_info.description, m_srcName}; }
+
+qmTestResultFacts qmTest::resultFacts() const {
+    qmTestResultFacts f;
+    f.function = m_funcName;
+    f.className = m_info.name;
+    f.x87Modified = m_x87Changed;
+    f.sseModified = m_sseChanged;
+    f.test = m_info.name;
+    f.startTime = m_startTime;
+    f.endTime = m_endTime;
+    f.source = m_srcName;
+    f.result = m_result;
+    f.exeName = qmSession::m_exePath;
+    return f;
+}
+
 qmString qmTest::formatClocks(double x) {
     if (x <= 0) return qmString();
     if (x < 0.0001 || x > 1e7) return qmString::format("%.3e", x);
@@ -220,7 +237,9 @@ void zkTest::printFirstBlockLine(int index, qmObject* object, int size) {
 
 void zkTest::printLastBlockLine(int index, qmObject*) { g_ostrm << " end of block " << index << "\n"; }
 
-void zkTest::printVectorBlock(zkVector* v) { g_ostrm << v->vectorString() << "\n"; }
+void zkTest::printVectorBlock(zkVector* v) {
+    g_ostrm << (zkIsComplex(v->type()) ? v->vectorStringCplx() : v->vectorStringReal()) << "\n";
+}
 
 void zkTest::printByteBlock(void* p, int size) {
     qmString t;

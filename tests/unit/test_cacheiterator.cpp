@@ -102,6 +102,13 @@ TEST(CacheIteratorRescale, TooBigTotalIsHalvedTowardsTheHighLimit) {
     EXPECT_EQ(v, 500);
 }
 
+TEST(CacheIteratorRescale, ValueThatWouldOverflowFails) {
+    int v = 1 << 30;
+    EXPECT_FALSE(qmCacheIteratorInt::updateValue(v, 10, 100, true));
+    v = 1 << 20;
+    EXPECT_FALSE(qmCacheIteratorInt::updateValue(v, 1, 1 << 30, false));
+}
+
 TEST(CacheIteratorRescale, ValueDroppingToZeroFails) {
     int v = 1;
     EXPECT_FALSE(qmCacheIteratorInt::updateValue(v, 100, 10, true));
@@ -111,6 +118,7 @@ TEST(CacheIteratorRescale, ValueDroppingToZeroFails) {
 
 TEST(CacheIteratorRescale, TwelfthTryFails) {
     Fixture f;
+    f.len.setValue(1);
     f.data.m_bytes = 1;  // the data never grows: every check fails
     for (int i = 1; i <= qmCacheIterator::MAX_TRIES; ++i) {
         ASSERT_FALSE(f.cache.validateSize());

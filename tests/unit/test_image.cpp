@@ -294,30 +294,3 @@ TEST_F(Image, DescriptionNamesSizeTypeLayoutAndStep) {
     EXPECT_EQ(im.objectSize(), 3 * 480 * 2560);
 }
 
-TEST(ImageText, SizePointRectPrintAndParse) {
-    qmString s;
-    s << ZkriSize{640, 480} << " " << ZkriPoint{-3, 4} << " " << ZkriRect{1, 2, 30, 40};
-    EXPECT_EQ(s, "640x480 -3,4 1,2,30x40");
-
-    ZkriSize size{0, 0};
-    qmString t(" 32 x 16 ");
-    size << t;
-    EXPECT_FALSE(t.error());
-    EXPECT_EQ(size.width, 32);
-    EXPECT_EQ(size.height, 16);
-    ZkriRect r{};
-    EXPECT_TRUE(zkParseRect("5, 6, 7X8", r));
-    EXPECT_EQ(r.x + r.y + r.width + r.height, 26);
-    ZkriPoint p{};
-    EXPECT_TRUE(zkParsePoint("-1,+2", p));
-    EXPECT_EQ(p.x, -1);
-    EXPECT_EQ(p.y, 2);
-
-    for (const char* bad : {"", "32", "32x", "x16", "3.5x2", "1x2x3", "99999999999x1"}) {
-        qmString b(bad);
-        ZkriSize v{1, 1};
-        v << b;
-        EXPECT_TRUE(b.error()) << bad;
-        EXPECT_EQ(v.width, 1) << bad;
-    }
-}

@@ -117,7 +117,7 @@ TEST(OStream, OpenFailureIsReportedOnTheConsole) {
     EXPECT_EQ(console.text(), before);
 }
 
-TEST(IStream, ReadsLinesOfAnyLength) {
+TEST(InputFile, ReadsLinesOfAnyLength) {
     TempFile file("lines");
     const std::string longLine(5000, 'q');
     {
