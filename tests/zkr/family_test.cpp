@@ -86,8 +86,12 @@ template <class S> struct Call {
                 }
             }
         }
-        if (src1) EXPECT_EQ(src1->data, s1) << "source 1 modified";
-        if (src2) EXPECT_EQ(src2->data, s2) << "source 2 modified";
+        if (src1) {
+            EXPECT_EQ(src1->data, s1) << "source 1 modified";
+        }
+        if (src2) {
+            EXPECT_EQ(src2->data, s2) << "source 2 modified";
+        }
     }
 };
 
