@@ -1,0 +1,19 @@
+// Compiled once per instruction-set level: the build defines ZKR_LEVEL_NS
+// (base, avx2, avx512) and passes that level's code generation flags.
+#include <cstddef>
+#include <utility>
+
+#include "kernels.h"
+#include "zkrcore.h"
+
+#ifndef ZKR_LEVEL_NS
+#error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
+#endif
+
+namespace zkr::ZKR_LEVEL_NS {
+
+#include "eltwise_loops.inc"
+
+constinit const KernelSet kernels = makeKernelSet();
+
+}  // namespace zkr::ZKR_LEVEL_NS

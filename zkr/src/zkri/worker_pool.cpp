@@ -1,0 +1,107 @@
+#include "worker_pool.h"
+
+#include "zkrcore.h"
+
+namespace zkr::img {
+
+WorkerPool& WorkerPool::instance() {
+    static WorkerPool pool;
+    return pool;
+}
+
+WorkerPool::~WorkerPool() {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        stop_ = true;
+    }
+    wake_.notify_all();
+    for (std::thread& t : workers_) t.join();
+}
+
+int WorkerPool::ensureWorkers(int wanted) {
+    while (int(workers_.size()) < wanted) {
+        try {
+            const int index = int(workers_.size());
+            workers_.emplace_back([this, index] { workerLoop(index); });
+        } catch (...) {
+            break;  // run with the threads we have
+        }
+    }
+    return int(workers_.size());
+}
+
+void WorkerPool::run(int parts, Task task, void* ctx) {
+    std::unique_lock<std::mutex> runLock(runMutex_, std::try_to_lock);
+    if (runLock.owns_lock()) {
+        const int workers = ensureWorkers(parts - 1);
+        if (workers + 1 < parts) parts = workers + 1;
+    } else {
+        parts = 1;
+    }
+    if (parts <= 1) {
+        task(ctx, 0, 1);
+        return;
+    }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        task_ = task;
+        ctx_ = ctx;
+        parts_ = parts;
+        pending_ = parts - 1;
+        ++generation_;
+    }
+    wake_.notify_all();
+    task(ctx, 0, parts);
+    std::unique_lock<std::mutex> lock(mutex_);
+    done_.wait(lock, [this] { return pending_ == 0; });
+}
+
+void WorkerPool::workerLoop(int index) {
+    std::uint64_t seen = 0;
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        wake_.wait(lock, [&] { return stop_ || generation_ != seen; });
+        if (stop_) return;
+        seen = generation_;
+        const int part = index + 1;
+        if (part >= parts_) continue;
+        const Task task = task_;
+        void* const ctx = ctx_;
+        const int parts = parts_;
+        lock.unlock();
+        task(ctx, part, parts);
+        lock.lock();
+        if (--pending_ == 0) done_.notify_one();
+    }
+}
+
+namespace {
+
+struct RowBands {
+    const EltJob* job;
+    RowsFn fn;
+    int height;
+};
+
+void runBand(void* ctx, int part, int parts) {
+    const auto& b = *static_cast<const RowBands*>(ctx);
+    const int y0 = int(std::int64_t(b.height) * part / parts);
+    const int y1 = int(std::int64_t(b.height) * (part + 1) / parts);
+    b.fn(*b.job, y0, y1);
+}
+
+}  // namespace
+
+void runRows(const EltJob& job, RowsFn fn, int width, int height) {
+    int threads = 1;
+    zkrGetNumThreads(&threads);
+    const bool split = threads > 1 && long(width) * height >= kMinParallelPixels && height >= 2 * threads;
+    if (!split) {
+        fn(job, 0, height);
+        return;
+    }
+    RowBands bands{&job, fn, height};
+    WorkerPool::instance().run(threads, &runBand, &bands);
+}
+
+}  // namespace zkr::img
