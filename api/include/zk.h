@@ -18,7 +18,9 @@
 #include "qmtool.h"
 #include "qmzkrenv.h"
 #include "zkimage.h"
+#include "zkimagesize.h"
 #include "zkscaleiterator.h"
+#include "zktiming.h"
 #include "zkvector.h"
 
 #ifdef QM_ZKR_BOUND_HERE

@@ -47,7 +47,8 @@ qmString qmTest::formatClocks(double x) {
 }
 
 qmString qmTest::getComment() {
-    qmString c = m_tool.comment;
+    // The tool's note says what went wrong; a successful line needs no note.
+    qmString c = m_tool.status > QM_OK ? m_tool.comment : qmString();
     if (m_cacheIter && m_cache) {
         const qmString mode = m_cacheIter->getComment();
         if (!mode.empty()) c = c.empty() ? mode : c + " " + mode;
@@ -250,16 +251,6 @@ void zkTest::printByteBlock(void* p, int size) {
 
 // ---------------------------------------------------------------- Set&Use
 
-void qmTest::reserveAllVectors() {
-    int size = 0;
-    void* owner = nullptr;
-    for (void* p = qmMallocFirst(&size, &owner); p; p = qmMallocNext(&size, &owner))
-        if (auto* v = dynamic_cast<zkVector*>(qmObjectOf(owner))) v->reserveCopy();
-}
+void qmTest::reserveAllVectors() { zkVector::reserveAllVectors(); }
 
-void qmTest::resetAllVectors() {
-    int size = 0;
-    void* owner = nullptr;
-    for (void* p = qmMallocFirst(&size, &owner); p; p = qmMallocNext(&size, &owner))
-        if (auto* v = dynamic_cast<zkVector*>(qmObjectOf(owner))) v->setReservedCopy();
-}
+void qmTest::resetAllVectors() { zkVector::restoreAllVectors(); }

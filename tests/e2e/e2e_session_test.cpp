@@ -7,11 +7,11 @@ using namespace e2e;
 namespace fs = std::filesystem;
 
 namespace {
-Run quill(const std::string& args, const std::string& dir = "") { return run(quote(program()) + " " + args, dir); }
+Outcome quill(const std::string& args, const std::string& dir = "") { return run(quote(program()) + " " + args, dir); }
 }  // namespace
 
 TEST(Banner, VersionAlonePrintsBannerAndExitsZero) {
-    Run r = quill("-v");
+    Outcome r = quill("-v");
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(r.has("Kavro(R) Zorbex. Quillmark 2.0, ")) << r.out;
     EXPECT_TRUE(r.has("-v: type the version number of the Quillmark and exit")) << r.out;
@@ -19,7 +19,7 @@ TEST(Banner, VersionAlonePrintsBannerAndExitsZero) {
 }
 
 TEST(Help, QuickHelpHidesDeveloperKeys) {
-    Run r = quill("-h");
+    Outcome r = quill("-h");
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(r.has("QUICK HELP\n-B               = batch mode (no console input)\n")) << r.out;
     EXPECT_TRUE(r.has("-f=< eq-pattern> = run tests for function with this full name\n"));
@@ -28,23 +28,23 @@ TEST(Help, QuickHelpHidesDeveloperKeys) {
 }
 
 TEST(Help, QuestionMarkShowsHiddenKeys) {
-    Run r = quill("-?");
+    Outcome r = quill("-?");
     EXPECT_TRUE(r.has("QUICK HELP with hidden keys\n")) << r.out;
     EXPECT_TRUE(r.has("-SU              = measure functions with data set & use\n"));
     EXPECT_TRUE(r.has("-?: type short help with hidden key sand exit"));
 }
 
 TEST(Help, KeyHelpForms) {
-    Run b = quill("-hB");
+    Outcome b = quill("-hB");
     EXPECT_TRUE(b.has("EXTENDED KEY HELP\n-B               = batch mode (no console input)\n")) << b.out;
-    Run q = quill("-h?");
+    Outcome q = quill("-h?");
     EXPECT_TRUE(q.has("EXTENDED KEY HELP\nKey -? is deprecated\n")) << q.out;
-    Run x = quill("-hx");
+    Outcome x = quill("-hx");
     EXPECT_TRUE(x.has("EXTENDED KEY HELP\nKey -x is not valid\n")) << x.out;
-    Run full = quill("-hh");
+    Outcome full = quill("-hh");
     EXPECT_TRUE(full.has("EXTENDED HELP\n\n-B               = batch mode")) << full.out;
     EXPECT_FALSE(full.has("This is hidden key used by developers only"));
-    Run fullHidden = quill("-??");
+    Outcome fullHidden = quill("-??");
     EXPECT_TRUE(fullHidden.has("EXTENDED HELP with hidden keys\n"));
     EXPECT_TRUE(fullHidden.has("This is hidden key used by developers only\n"));
 }
@@ -52,7 +52,7 @@ TEST(Help, KeyHelpForms) {
 TEST(Echo, EveryKeyIsEchoedBeforeTheRun) {
     TempDir d;
     const std::string l = " -l" + d.str();
-    Run r = quill("-e -B -AAll -dNumLoops=5 -dbad -d -ix -I -P -o -O -LPW -Lxyz -r -R -u -U -g -nname -p" + d.str() +
+    Outcome r = quill("-e -B -AAll -dNumLoops=5 -dbad -d -ix -I -P -o -O -LPW -Lxyz -r -R -u -U -g -nname -p" + d.str() +
                   l + " -fAdd -f-Sub -f+8u -f=zkriAdd_8u_C1RSfs -f -t -tTimiAdd -FzkriAdd -YHIGH -Yx -H -HONLY -SU "
                   "-C -s- -s -m -q -Q -Z");
     EXPECT_TRUE(r.has("Command line options: \n")) << r.out;
@@ -78,7 +78,7 @@ TEST(Echo, EveryKeyIsEchoedBeforeTheRun) {
 
 TEST(Echo, EchoTextsWithoutExitKey) {
     TempDir d;
-    Run r = quill("-B -AAll -ATiming -dNumLoops=5 -dbad -LPW -Lxyz -YHIGH -Yx -H -HONLY -SU -C -f=nothing -l" + d.str(),
+    Outcome r = quill("-B -AAll -ATiming -dNumLoops=5 -dbad -LPW -Lxyz -YHIGH -Yx -H -HONLY -SU -C -f=nothing -l" + d.str(),
                   d.str());
     EXPECT_TRUE(r.has("-B: batch mode\n")) << r.out;
     EXPECT_TRUE(r.has("-AAll: ask, timing method, common parameters, data misalignment, each test parameters from console\n"));
@@ -97,18 +97,18 @@ TEST(Echo, EchoTextsWithoutExitKey) {
 }
 
 TEST(Listing, EnumerationListsAndExits) {
-    Run r = quill("-e -f=__qmKavroCpu");
+    Outcome r = quill("-e -f=__qmKavroCpu");
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(r.has("__qmKavroCpu")) << r.out;
     EXPECT_FALSE(r.has("QM Summary"));
-    Run v = quill("-e -v -t=__qmKavroCpu");
+    Outcome v = quill("-e -v -t=__qmKavroCpu");
     EXPECT_TRUE(v.has("Kavro(R) Zorbex. Quillmark 2.0")) << v.out;
     EXPECT_TRUE(v.has("__qmKavroCpu"));
 }
 
 TEST(Batch, RunWritesHeaderFooterTablesAndSignalFileLast) {
     TempDir d;
-    Run r = quill("-B -t=__qmKavroCpu -r -u -g -l" + d.str());
+    Outcome r = quill("-B -t=__qmKavroCpu -r -u -g -l" + d.str());
     EXPECT_EQ(r.status, 0) << r.out;
     EXPECT_TRUE(r.has("QM Summary")) << r.out;
     EXPECT_TRUE(r.has("| .Number of tests : 1"));
@@ -127,7 +127,7 @@ TEST(Batch, RunWritesHeaderFooterTablesAndSignalFileLast) {
 }
 
 TEST(Batch, UnopenableOutputFileIsFatal) {
-    Run r = quill("-B -t=__qmKavroCpu -r/nonexistent-dir/x.csv");
+    Outcome r = quill("-B -t=__qmKavroCpu -r/nonexistent-dir/x.csv");
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(r.has("-- Can't open file /nonexistent-dir/x.csv to write: ")) << r.out;
     EXPECT_TRUE(r.has("FATAL ERROR: can't open output file for writing\n"));
@@ -135,7 +135,7 @@ TEST(Batch, UnopenableOutputFileIsFatal) {
 }
 
 TEST(Batch, UnopenableSignalFileIsReportedAndRunUnchanged) {
-    Run r = quill("-B -t=__qmKavroCpu -g/nonexistent-dir/x.end");
+    Outcome r = quill("-B -t=__qmKavroCpu -g/nonexistent-dir/x.end");
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(r.has("QM Summary")) << r.out;
     EXPECT_TRUE(r.has("-- Can't open file /nonexistent-dir/x.end to write: "));
@@ -144,7 +144,7 @@ TEST(Batch, UnopenableSignalFileIsReportedAndRunUnchanged) {
 TEST(Config, CfgFileInWorkingDirectorySuppliesTheCommandLine) {
     TempDir d;
     writeFile(d / "quillmark.cfg", "-B -t=__qmKavroCpu -rout -l" + d.str() + "\nsecond line ignored -v\n");
-    Run r = quill("", d.str());
+    Outcome r = quill("", d.str());
     EXPECT_TRUE(r.has("read from quillmark.cfg file\n")) << r.out;
     EXPECT_TRUE(r.has("QM Summary"));
     EXPECT_TRUE(fs::exists(d / "out.csv"));
@@ -155,7 +155,7 @@ TEST(Config, CfgFileBesideTheProgramIsUsedWhenNoneInWorkingDirectory) {
     fs::copy_file(program(), bin / "quillmark");
     fs::permissions(bin / "quillmark", fs::perms::owner_all);
     writeFile(bin / "quillmark.cfg", "-B -t=__qmKavroCpu -rbeside");
-    Run r = run(quote((bin / "quillmark").string()), work.str());
+    Outcome r = run(quote((bin / "quillmark").string()), work.str());
     EXPECT_TRUE(r.has("read from " + bin.str() + "/quillmark.cfg file\n")) << r.out;
     EXPECT_TRUE(fs::exists(bin / "beside.csv"));
 }

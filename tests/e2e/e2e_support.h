@@ -10,7 +10,7 @@
 
 namespace e2e {
 
-struct Run {
+struct Outcome {
     int status = -1;
     std::string out;  // standard output and standard error together
     bool has(const std::string& s) const { return out.find(s) != std::string::npos; }
@@ -22,8 +22,8 @@ struct Run {
 };
 
 // Runs a shell command line in the given directory (the current one when empty).
-inline Run run(const std::string& cmd, const std::string& dir = "") {
-    Run r;
+inline Outcome run(const std::string& cmd, const std::string& dir = "") {
+    Outcome r;
     const std::string full = (dir.empty() ? "" : "cd '" + dir + "' && ") + cmd + " 2>&1 </dev/null";
     FILE* p = popen(full.c_str(), "r");
     if (!p) return r;
