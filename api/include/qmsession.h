@@ -106,6 +106,8 @@ protected:
     void setNumThreads();
     void setZkrLibInfo();
     void printStatus(int status);
+    bool readCommonDataSafely();
+    void runTestList(int& result);
 
     qmConditions m_conditions;
     int m_askMode = 0;

@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "qmcpuid.h"
+#include "qmexception.h"
 #include "qminfotest.h"
 #include "qmistream.h"
 #include "qmmemory.h"
@@ -202,17 +203,7 @@ int qmSession::run(int argc, char** argv) {
         if (s_parmFunc) s_parmFunc();
         pTestList->selectCommonParms(m_conditions, m_commonParms);
         g_istrm.setIniSection(QM_COMMON_SECTION);
-        readCommonData();
-        if (!qmHotFunctions()) qmRegHotFunction("");
-        putTableTitle();
-        g_ostrm.setOutLevel(m_levelMode);
-        // Each test's own parameters are asked from the console only with -A (All).
-        if (m_askMode & 8)
-            g_istrm.setIStream(new i_stream(stdin));
-        else
-            g_istrm.deleteIStream();
-        // Exit status: 1 when any selected test failed, else 0.
-        result = pTestList->runTests(m_conditions) ? 1 : 0;
+        if (readCommonDataSafely()) runTestList(result);
     }
     pTestList->m_endTime = std::time(nullptr);
     if (headerWritten) outputFooter();
@@ -220,6 +211,30 @@ int qmSession::run(int argc, char** argv) {
     g_istrm.deleteIniFile();
     deleteTestList();
     return result;
+}
+
+// A bad common value (a -d or ini-file definition) ends the run before any test, with its message.
+bool qmSession::readCommonDataSafely() {
+    try {
+        readCommonData();
+        return true;
+    } catch (const qmException& e) {
+        g_ostrm << MSG_ERR << e.msg() << "\n" << MSG_RESTORE;
+        return false;
+    }
+}
+
+void qmSession::runTestList(int& result) {
+    if (!qmHotFunctions()) qmRegHotFunction("");
+    putTableTitle();
+    g_ostrm.setOutLevel(m_levelMode);
+    // Each test's own parameters are asked from the console only with -A (All).
+    if (m_askMode & 8)
+        g_istrm.setIStream(new i_stream(stdin));
+    else
+        g_istrm.deleteIStream();
+    // Exit status: 1 when any selected test failed, else 0.
+    result = pTestList->runTests(m_conditions) ? 1 : 0;
 }
 
 void qmSession::deleteTestList() {

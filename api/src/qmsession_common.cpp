@@ -103,8 +103,12 @@ int qmSession::readAccuracy(int method) {
     if (method == 1 || method == 2) return 0;
     qmDefault_NSC<int> percent(method == 0 ? 5 : 100, "Accuracy", "Accuracy, %");
     double a = readValue(percent) * 0.01;
-    if (a < 0.01) a = 10.0;
-    if (a > 0.5) a = 500.0;
+    // Both replacements lie far beyond any reachable spread: 0 or more than 50 per cent switch the
+    // accuracy judgement off.
+    if (a < 0.01)
+        a = 10.0;
+    else if (a > 0.5)
+        a = 500.0;
     g_tool.accuracy = a;
     return 0;
 }
