@@ -74,6 +74,12 @@ qmString patternInfo(const qmString& arg, bool onFunction) {
     return lead + p;
 }
 
+// -m (memory table "<default-name>_mem.csv", help "-m[<file-name>]  = create *_mem.csv file and write
+// memory info") has its effect defined but is deliberately not offered: on the command line it is
+// rejected as an incorrect key.
+[[maybe_unused]] const Info memoryTableInfo = pathInfo("write memory info to ", "_mem.csv");
+[[maybe_unused]] const Apply memoryTableApply = openTable(g_mstrm, "_mem.csv", false);
+
 const char* const kNoBinding = "ignored: <zkrcore.h> is not included before <zk.h> in test files";
 
 qmString helpInfo(const qmString& arg, bool hide) {

@@ -197,6 +197,11 @@ void qmTest::outputRegInfo() { g_ostrm << MSG_INFO << regInfo() << MSG_RESTORE; 
 // ---------------------------------------------------------------- memory diagnostics
 
 void qmTest::printAllMemoryBlocks(const qmString& title) {
+    if (g_mstrm.numOutputs() > 0) {
+        static bool headingWritten = false;
+        qmMemoryTable(g_mstrm, !headingWritten);
+        headingWritten = true;
+    }
     if (!g_ostrm.beginMessage(MSG_MEMINFO)) return;
     g_ostrm << " - memory blocks " << title << ":\n";
     int size = 0;
