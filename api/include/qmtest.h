@@ -100,6 +100,9 @@ public:
     qmResult result() const { return m_result; }
     time_t createTime() const { return m_createTime; }
     time_t startTime() const { return m_startTime; }
+    // The test's title and result records, onto the console and the summary table.
+    void writeTitle() const;
+    void writeResultRecord() const;
     // Facts for the test's title and result records.
     qmTestTitleFacts titleFacts() const;
     qmTestResultFacts resultFacts() const;

@@ -1,7 +1,6 @@
 #include "qminfotest.h"
 
 #include "qmcpuid.h"
-#include "qmreport.h"
 
 __qmInfoTest::__qmInfoTest(const qmString& name, const qmString& description)
     : qmTest(static_cast<qmLoopEntry>(nullptr), nullptr, name, __FILE__, name + "/" + description + "/") {}
@@ -9,16 +8,16 @@ __qmInfoTest::__qmInfoTest(const qmString& name, const qmString& description)
 qmResult __qmInfoTest::run() {
     m_currentResult = QM_OK;
     m_startTime = std::time(nullptr);
-    qmReportTestTitle title(titleFacts());
-    g_ostrm << title;
-    g_ustrm << title;
-    printInformation();
+    writeTitle();
+    {
+        // The report is what the test is run for: show it whatever the console level.
+        g_ostrm.setMsgLevel(MSG_ERR);
+        printInformation();
+        g_ostrm.restoreMsgLevel();
+    }
     m_result = QM_OK;
     m_endTime = std::time(nullptr);
-    qmReportTestResult record(resultFacts());
-    g_ostrm << record;
-    g_ustrm << record;
-    g_ostrm.flush();
+    writeResultRecord();
     return m_result;
 }
 

@@ -159,11 +159,7 @@ qmResult qmTest::run() {
         m_parms.clear();
         if (!step("setIniSection", [&] { return g_istrm.setIniSection(m_funcName); })) return QM_UNDEFINED;
         step("beginTest", [&] { beginTest(); });
-        step("testTitle", [&] {
-            qmReportTestTitle title(titleFacts());
-            g_ostrm << title;
-            g_ustrm << title;
-        });
+        step("testTitle", [&] { writeTitle(); });
         stepsAfterStart();
     } catch (const std::exception& ex) {
         const qmString where = failedStep();
@@ -201,12 +197,7 @@ qmResult qmTest::finishRun() {
         qmTraceScope scope("testResult");
         m_result = m_currentResult;
         m_endTime = std::time(nullptr);
-        qmReportTestResult record(resultFacts());
-        g_ostrm << record;
-        g_ustrm << record;
-        g_ostrm.flush();
-        g_cstrm.flush();
-        g_ustrm.flush();
+        writeResultRecord();
     }
     {
         qmTraceScope scope("endTest");

@@ -39,6 +39,21 @@ qmTestResultFacts qmTest::resultFacts() const {
     return f;
 }
 
+void qmTest::writeTitle() const {
+    const qmReportTestTitle title(titleFacts());
+    g_ostrm << title;
+    g_ustrm << title;
+}
+
+void qmTest::writeResultRecord() const {
+    const qmReportTestResult record(resultFacts());
+    g_ostrm << record;
+    g_ustrm << record;
+    g_ostrm.flush();
+    g_cstrm.flush();
+    g_ustrm.flush();
+}
+
 qmString qmTest::formatClocks(double x) {
     if (x <= 0) return qmString();
     if (x < 0.0001 || x > 1e7) return qmString::format("%.3e", x);
