@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Measures zkriAdd_8u_C1RSfs (scale factor 0) with Google Benchmark and with Quillmark at three
 # sizes and prints both figures in clocks per pixel, their ratio and the wall time each tool needed.
+# Google Benchmark gives two figures (see bench_compare_gbench.cpp): time-stamp-counter clocks over
+# its whole timed loop, and its process CPU time converted to clocks; Quillmark gives its Auto figure.
 #
 #   bench/compare/run_compare.sh [build-dir]        (REPS=5 by default: runs per tool and size)
 #
@@ -24,14 +26,15 @@ log="$work/runs.txt"
 
 median() { sort -g | awk '{v[NR] = $1} END {print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2}'; }
 
-# One Google Benchmark process for one size: figure and wall seconds.
+# One Google Benchmark process for one size: counter figure, CPU-time figure, wall seconds.
 run_gbench() {
-  local w=$1 h=$2 t0 t1 fig
+  local w=$1 h=$2 t0 t1 figs
   t0=$EPOCHREALTIME
   "$gb" --benchmark_filter="BM_zkriAdd_8u_C1RSfs/$w/$h\$" --benchmark_format=csv 2>/dev/null >"$work/gb.csv"
   t1=$EPOCHREALTIME
-  fig=$(awk -F, 'NR == 1 {for (i = 1; i <= NF; ++i) if ($i ~ /clk_per_px/) c = i; next} {print $c}' "$work/gb.csv")
-  echo "$fig $(awk -v a="$t0" -v b="$t1" 'BEGIN {printf "%.3f", b - a}')"
+  figs=$(awk -F, 'NR == 1 {for (i = 1; i <= NF; ++i) col[$i] = i; next}
+                  {print $col["\"clk_per_px\""], $col["\"cpu_clk_per_px\""]}' "$work/gb.csv")
+  echo "$figs $(awk -v a="$t0" -v b="$t1" 'BEGIN {printf "%.3f", b - a}')"
 }
 
 # One Quillmark process for one size: figure, seconds without the clock-rate estimate, process
@@ -54,7 +57,7 @@ run_quillmark() {
            END {printf "%s %s %s\n", c, t, comment}' t="$times" "$work/qm.csv"
 }
 
-printf '# size run tool figure seconds [wall comment]\n' >"$log"
+printf '# size run tool figure [cpu-figure] seconds [wall result,comment]\n' >"$log"
 for size in 64x64 256x256 1024x1024; do
   w=${size%x*}; h=${size#*x}
   for ((r = 1; r <= reps; ++r)); do
@@ -63,16 +66,16 @@ for size in 64x64 256x256 1024x1024; do
   done
 done
 
-echo "Runs (clocks per pixel; seconds to reach the figure; for Quillmark also process wall, result and comment):"
+echo "Runs. gbench: clk/px (counter), clk/px (CPU time), seconds."
+echo "      quillmark: clk/px, seconds without the clock-rate estimate, process wall seconds, result and comment."
 grep -v '^#' "$log"
 echo
-echo "Medians over $reps runs per tool and size:"
-printf '%-10s %12s %12s %9s %9s %9s\n' size "GB clk/px" "QM clk/px" "GB/QM" "GB s" "QM s"
+echo "Medians over $reps runs per tool and size (clocks per pixel; seconds to reach the figure):"
+printf '%-10s %10s %10s %10s %7s %7s %7s %7s\n' size "GB clk/px" "GB cpu" "QM clk/px" "GB/QM" "cpu/QM" "GB s" "QM s"
+col() { awk -v s="$1" -v t="$2" -v c="$3" '$1 == s && $3 == t {print $c}' "$log" | median; }
 for size in 64x64 256x256 1024x1024; do
-  gbf=$(awk -v s="$size" '$1 == s && $3 == "gbench" {print $4}' "$log" | median)
-  qmf=$(awk -v s="$size" '$1 == s && $3 == "quillmark" {print $4}' "$log" | median)
-  gbt=$(awk -v s="$size" '$1 == s && $3 == "gbench" {print $5}' "$log" | median)
-  qmt=$(awk -v s="$size" '$1 == s && $3 == "quillmark" {print $5}' "$log" | median)
-  awk -v s="$size" -v a="$gbf" -v b="$qmf" -v c="$gbt" -v d="$qmt" \
-    'BEGIN {printf "%-10s %12.3f %12.3f %9.2f %9.3f %9.3f\n", s, a, b, (b > 0 ? a / b : 0), c, d}'
+  gbf=$(col "$size" gbench 4); gbc=$(col "$size" gbench 5); gbt=$(col "$size" gbench 6)
+  qmf=$(col "$size" quillmark 4); qmt=$(col "$size" quillmark 5)
+  awk -v s="$size" -v a="$gbf" -v c="$gbc" -v b="$qmf" -v x="$gbt" -v y="$qmt" 'BEGIN {
+    printf "%-10s %10.3f %10.3f %10.3f %7.2f %7.2f %7.3f %7.3f\n", s, a, c, b, (b > 0 ? a / b : 0), (b > 0 ? c / b : 0), x, y}'
 done
