@@ -7,6 +7,8 @@
 #include "zkri.h"
 #include "zkrs.h"
 
+extern "C" int zkrtestCallFromC(Zkr8u out[4]);
+
 namespace zkrtest {
 namespace {
 
@@ -147,6 +149,15 @@ TEST_F(CoreApi, ProcessorQueries) {
     ASSERT_EQ(zkrGetMaxCacheSizeB(&bytes), zkrStsNoErr);
     EXPECT_GE(bytes, 256 * 1024) << "no x86-64 processor has a largest cache below 256 KB";
     EXPECT_EQ(bytes % 1024, 0);
+}
+
+TEST_F(CoreApi, HeadersServeCCallers) {
+    Zkr8u px[4] = {};
+    EXPECT_EQ(zkrtestCallFromC(px), zkrStsNoErr);
+    EXPECT_EQ(px[0], 16);   // 10 + 5 + 1
+    EXPECT_EQ(px[1], 255);  // 20 + 250 saturates, + 1 saturates
+    EXPECT_EQ(px[2], 34);
+    EXPECT_EQ(px[3], 0) << "AC4 alpha of the destination kept";
 }
 
 }  // namespace
