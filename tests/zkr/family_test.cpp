@@ -101,8 +101,10 @@ struct Geometry {
     bool wideScaleList;
 };
 
-// 1x1 tight; odd width inside padding; rows longer than the constant/mask pattern.
-const Geometry kGeometries[] = {{1, 1, false, true}, {37, 5, true, true}, {450, 2, true, false}};
+// 1x1; odd width inside padding; rows stored without gaps (run as one long
+// row); rows longer than the constant/mask pattern, padded and gapless.
+const Geometry kGeometries[] = {
+    {1, 1, false, true}, {37, 5, true, true}, {29, 6, false, false}, {450, 2, true, false}, {700, 3, false, false}};
 
 template <class S> void checkAgainstReference(const FamilyCase& fc) {
     std::mt19937 rng(12345);
@@ -128,19 +130,21 @@ template <class S> void checkAgainstReference(const FamilyCase& fc) {
 template <class S> void checkThreadSplits(const FamilyCase& fc) {
     std::mt19937 rng(777);
     const int sf = fc.hasScale ? 1 : 0;
-    Call<S> call(fc, 1100, 61, true, rng);
-    const Call<S> original = call;
-    std::vector<S> single;
-    for (int threads : {1, 2, 3}) {
-        SCOPED_TRACE(testing::Message() << threads << " threads");
-        ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
-        call = original;
-        if (threads == 1) {
-            call.runAndCheck(sf);
-            single = call.dst.data;
-        } else {
-            ASSERT_EQ(call.fc->call(call.args(sf)), zkrStsNoErr);
-            EXPECT_TRUE(call.dst.data == single) << "result depends on the thread split";
+    for (bool padded : {true, false}) {
+        Call<S> call(fc, 1100, 61, padded, rng);
+        const Call<S> original = call;
+        std::vector<S> single;
+        for (int threads : {1, 2, 3}) {
+            SCOPED_TRACE(testing::Message() << threads << " threads" << (padded ? ", padded" : ", gapless"));
+            ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+            call = original;
+            if (threads == 1) {
+                call.runAndCheck(sf);
+                single = call.dst.data;
+            } else {
+                ASSERT_EQ(call.fc->call(call.args(sf)), zkrStsNoErr);
+                EXPECT_TRUE(call.dst.data == single) << "result depends on the thread split";
+            }
         }
     }
 }

@@ -49,7 +49,7 @@ struct EltJob {
     std::ptrdiff_t dStep = 0;
     const void* mask = nullptr;  // masked shapes: `chunk` mask components, nonzero = write
     int rowLen = 0;              // components per row
-    int chunk = 0;               // components per inner loop call (divides the pattern period)
+    int chunk = 0;               // length of the repeating a and mask (a multiple of the pixel period)
     bool aPeriodic = false;      // a holds `chunk` components that repeat along the row
     int scale = 0;               // integer scale factor: result * 2^-scale
 };

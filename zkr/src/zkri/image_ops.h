@@ -58,14 +58,13 @@ ZkrStatus execute(EltJob j, Kop op, bool inPlace, const T* values, ZkriSize roi)
     } pattern;
 
     j.rowLen = roi.width * period;
-    j.chunk = j.rowLen;
     Shape shape;
     if (scalar) {
         j.a = values;
         j.aStep = 0;
         shape = inPlace ? Shape::ScalarInPlace : Shape::Scalar;
     } else {
-        if (periodic || masked) j.chunk = j.rowLen < kPatternMax ? j.rowLen : kPatternMax;
+        j.chunk = j.rowLen < kPatternMax ? j.rowLen : kPatternMax;
         if (periodic) {
             for (int i = 0; i < j.chunk; ++i) {
                 const int channel = (i / comps) % kChannels<L>;

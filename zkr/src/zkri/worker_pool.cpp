@@ -21,8 +21,10 @@ WorkerPool::~WorkerPool() {
 int WorkerPool::ensureWorkers(int wanted) {
     while (int(workers_.size()) < wanted) {
         try {
+            // Called between runs (runMutex_ held): the new worker waits for the next run.
             const int index = int(workers_.size());
-            workers_.emplace_back([this, index] { workerLoop(index); });
+            const std::uint64_t generation = generation_;
+            workers_.emplace_back([this, index, generation] { workerLoop(index, generation); });
         } catch (...) {
             break;  // run with the threads we have
         }
@@ -56,8 +58,7 @@ void WorkerPool::run(int parts, Task task, void* ctx) {
     done_.wait(lock, [this] { return pending_ == 0; });
 }
 
-void WorkerPool::workerLoop(int index) {
-    std::uint64_t seen = 0;
+void WorkerPool::workerLoop(int index, std::uint64_t seen) {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
         wake_.wait(lock, [&] { return stop_ || generation_ != seen; });
@@ -95,7 +96,8 @@ void runBand(void* ctx, int part, int parts) {
 void runRows(const EltJob& job, RowsFn fn, int width, int height) {
     int threads = 1;
     zkrGetNumThreads(&threads);
-    const bool split = threads > 1 && long(width) * height >= kMinParallelPixels && height >= 2 * threads;
+    const bool split = threads > 1 && std::int64_t(width) * height >= kMinParallelPixels &&
+                       height >= 2 * std::int64_t(threads);
     if (!split) {
         fn(job, 0, height);
         return;

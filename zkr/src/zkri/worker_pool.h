@@ -28,7 +28,7 @@ public:
 private:
     WorkerPool() = default;
     int ensureWorkers(int wanted);  // returns the number of workers available
-    void workerLoop(int index);
+    void workerLoop(int index, std::uint64_t seen);  // seen: last run it need not join
 
     std::mutex runMutex_;  // one parallel run at a time
     std::mutex mutex_;

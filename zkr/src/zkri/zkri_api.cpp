@@ -15,7 +15,6 @@ ZkrStatus zkriComplement_32s_C1IR(Zkr32s* pSrcDst, int srcDstStep, ZkriSize roiS
     j.d = pSrcDst;
     j.dStep = srcDstStep;
     j.rowLen = roiSize.width;
-    j.chunk = j.rowLen;
     const zkr::KernelSet& kernels = zkr::kernelsFor(zkrGetDispatchLevel());
     zkr::img::runRows(j, kernels.complement32s, roiSize.width, roiSize.height);
     return zkrStsNoErr;

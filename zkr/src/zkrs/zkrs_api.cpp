@@ -20,7 +20,6 @@ ZkrStatus runVector(zkr::Kop op, const T* a, const T* b, T* d, int len, int scal
     j.b = b;
     j.d = d;
     j.rowLen = len * zkr::ElemInfo<T>::comps;
-    j.chunk = j.rowLen;
     j.scale = scaleFactor;
     constexpr zkr::Shape shape = ScalarA ? zkr::Shape::Scalar : zkr::Shape::Binary;
     const zkr::KernelSet& kernels = zkr::kernelsFor(zkrGetDispatchLevel());
