@@ -173,13 +173,19 @@ private:
     qmList<qmString> m_names;
 };
 
-// Traces a scope in and out.
+// Traces a scope in and out. The name is a literal and is not copied: a signal caught inside the
+// scope jumps over the destructor, which must then leave nothing behind.
 class qmTraceScope {
 public:
-    explicit qmTraceScope(const qmString& name);
-    ~qmTraceScope();
+    explicit qmTraceScope(const char* name) : m_name(name) { enter(name); }
+    ~qmTraceScope() { leave(m_name); }
+    qmTraceScope(const qmTraceScope&) = delete;
+    qmTraceScope& operator=(const qmTraceScope&) = delete;
+
 private:
-    qmString m_name;
+    static void enter(const char* name);
+    static void leave(const char* name);
+    const char* m_name;
 };
 
 extern qmOStream g_ostrm;

@@ -293,5 +293,5 @@ void qmTrace::unwindTo(int depth) {
     if (m_indent.length() > depth) m_indent = m_indent.left(depth);
 }
 
-qmTraceScope::qmTraceScope(const qmString& name) : m_name(name) { g_trace.traceIn(name); }
-qmTraceScope::~qmTraceScope() { g_trace.traceOut(m_name); }
+void qmTraceScope::enter(const char* name) { g_trace.traceIn(name); }
+void qmTraceScope::leave(const char* name) { g_trace.traceOut(name); }
