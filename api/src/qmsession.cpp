@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "qmcpuid.h"
+#include "qmexception.h"
 #include "qminfotest.h"
 #include "qmistream.h"
 #include "qmmemory.h"
@@ -202,17 +203,28 @@ int qmSession::run(int argc, char** argv) {
         if (s_parmFunc) s_parmFunc();
         pTestList->selectCommonParms(m_conditions, m_commonParms);
         g_istrm.setIniSection(QM_COMMON_SECTION);
-        readCommonData();
-        if (!qmHotFunctions()) qmRegHotFunction("");
-        putTableTitle();
-        g_ostrm.setOutLevel(m_levelMode);
-        // Each test's own parameters are asked from the console only with -A (All).
-        if (m_askMode & 8)
-            g_istrm.setIStream(new i_stream(stdin));
-        else
+        bool commonDataRead = false;
+        try {
+            readCommonData();
+            commonDataRead = true;
+        } catch (const qmException& e) {
+            // A bad definition of a common value (-d, ini-file or console): no test can run with
+            // it, but the run still ends with its footer and signal file.
             g_istrm.deleteIStream();
-        // Exit status: 1 when any selected test failed, else 0.
-        result = pTestList->runTests(m_conditions) ? 1 : 0;
+            g_ostrm << MSG_ERR << e.msg() << " in readCommonData\n" << MSG_RESTORE;
+        }
+        if (commonDataRead) {
+            if (!qmHotFunctions()) qmRegHotFunction("");
+            putTableTitle();
+            g_ostrm.setOutLevel(m_levelMode);
+            // Each test's own parameters are asked from the console only with -A (All).
+            if (m_askMode & 8)
+                g_istrm.setIStream(new i_stream(stdin));
+            else
+                g_istrm.deleteIStream();
+            // Exit status: 1 when any selected test failed, else 0.
+            result = pTestList->runTests(m_conditions) ? 1 : 0;
+        }
     }
     pTestList->m_endTime = std::time(nullptr);
     if (headerWritten) outputFooter();
