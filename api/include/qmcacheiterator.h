@@ -19,6 +19,8 @@ public:
 
     bool nextValue() override;
     qmString valueToString(int mode) const override;
+    // Reads the mode back from its text form ("inCache", "outofCache") or its number.
+    int stringToValue(qmString& text) const override;
 
     bool validateSize();
     bool repeatValue();

@@ -25,6 +25,12 @@ qmString qmCacheIterator::valueToString(int mode) const {
     return mode == 0 ? "inCache" : mode == 1 ? "outofCache" : qmString::fromInt(mode);
 }
 
+int qmCacheIterator::stringToValue(qmString& text) const {
+    if (text == qmString("inCache")) return 0;
+    if (text == qmString("outofCache")) return 1;
+    return qmIterator_NSC<int>::stringToValue(text);
+}
+
 qmString qmCacheIterator::getComment() const {
     const int mode = value();
     return mode == 0 ? "inCache" : mode == 1 ? "outofCache" : "";

@@ -219,7 +219,9 @@ bool qmSession::readCommonDataSafely() {
         readCommonData();
         return true;
     } catch (const qmException& e) {
-        g_ostrm << MSG_ERR << e.msg() << "\n" << MSG_RESTORE;
+        // No test can run with it, but the run still ends with its footer and signal file.
+        g_istrm.deleteIStream();
+        g_ostrm << MSG_ERR << e.msg() << " in readCommonData\n" << MSG_RESTORE;
         return false;
     }
 }

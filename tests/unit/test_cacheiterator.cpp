@@ -159,3 +159,19 @@ TEST(CacheIteratorSize, FineStepsChangeOneDimension) {
     ZkriSize one{1, 1};
     EXPECT_FALSE(qmCacheIteratorSize::updateValue(one, 100, 10, true));
 }
+
+// The modes' own text (the default definition offered to the ini-file and the console) reads back.
+TEST(CacheIteratorText, DefaultDefinitionReadsBack) {
+    Fixture f;
+    const qmString both = f.cache.defaultString();
+    EXPECT_EQ(both, "inCache; outofCache");
+    f.cache.translate("outofCache");
+    ASSERT_TRUE(f.cache.firstValue());
+    EXPECT_EQ(f.cache.value(), 1);
+    f.cache.translate(both);
+    ASSERT_TRUE(f.cache.firstValue());
+    EXPECT_EQ(f.cache.value(), 0);
+    ASSERT_TRUE(f.cache.nextValue());
+    EXPECT_EQ(f.cache.value(), 1);
+    EXPECT_THROW(f.cache.translate("halfCache"), qmException);
+}
