@@ -1,6 +1,7 @@
 // What a test writes: the table heading, one line per parameter set on the console and the result
 // table, the registration echo and memory diagnostics.
 #include <cstdio>
+#include <map>
 
 #include "qmcacheiterator.h"
 #include "qmclock.h"
@@ -85,7 +86,15 @@ void zkTest::funcToCstrm() {
 }
 
 bool qmTest::parmsFromIstrm() {
-    for (qmParameter* p : m_parms) p->fromIStream(g_istrm);
+    // Module parameters are shared by the module's tests: each test starts from the definition the
+    // parameter had before the first test read its own section, never from the previous test's.
+    static std::map<qmParameter*, qmString> s_baseDefinition;
+    for (qmParameter* p : m_parms) {
+        if (p->name().empty()) continue;
+        const auto [it, first] = s_baseDefinition.try_emplace(p, p->defaultString());
+        if (!first) p->translate(it->second);
+        p->fromIStream(g_istrm);
+    }
     return true;
 }
 
