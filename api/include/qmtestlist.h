@@ -11,6 +11,7 @@ class qmParameter;
 
 class qmTestList {
 public:
+    virtual ~qmTestList() = default;
     void add(qmTest* t) { m_tests.append(t); }
     int size() const { return m_tests.size(); }
     qmList<qmTest*>& tests() { return m_tests; }

@@ -168,20 +168,13 @@ bool qmSession::initSession() {
     return true;
 }
 
-namespace {
-// The built-in information test is registered once per process, whatever the number of runs.
-void registerInfoTest() {
-    static bool done = qmRegTest(qmNewKavroCpuTest());
-    (void)done;
-}
-}  // namespace
 
 int qmSession::run(int argc, char** argv) {
     g_ostrm.setMsgLevel(MSG_PERF);
     if (g_ostrm.numOutputs() == 0) g_ostrm.addTerminal();
     setZkrEnvironment();
     initSession();
-    registerInfoTest();
+    qmRegTest(qmNewKavroCpuTest());  // the built-in information test, filtered and sorted like any
     pTestList->m_startTime = std::time(nullptr);
 
     int result = 0;
@@ -240,7 +233,10 @@ void qmSession::runTestList(int& result) {
 }
 
 void qmSession::deleteTestList() {
-    // Tests registered before main live until the process ends; only the run's counters go.
+    if (!pTestList) return;
+    for (qmTest* t : pTestList->tests()) delete t;
+    delete pTestList;
+    pTestList = nullptr;
 }
 
 bool qmSession::quickOutput() {
