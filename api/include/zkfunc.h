@@ -2,6 +2,7 @@
 // zkType: the bit-coded element type.
 #pragma once
 #include "qmstring.h"
+#include "zkrcore.h"
 
 // Width in bits, plus 0x100 signed, 0x200 floating point, 0x400 complex.
 enum zkType : int {
@@ -79,6 +80,9 @@ public:
 
     static qmString typeToString(int t);
     static zkType stringToType(const qmString& s);
+    // The library's own codes of an element type and of a channel count (zkrUndef, zkrC0 when none).
+    static ZkrDataType zkrType(int t);
+    static ZkrChannels zkrChannels(int channels);
 
 private:
     // Channel tokens at the start of the descriptor: [A](C|P)digit, up to two (source, destination).

@@ -7,12 +7,14 @@ namespace {
 struct TypeText {
     int value;
     const char* text;
+    ZkrDataType code;
 };
 constexpr TypeText kTypes[] = {
-    {zk8u, "8u"},     {zk16u, "16u"},   {zk32u, "32u"},   {zk64u, "64u"},   {zk8s, "8s"},
-    {zk16s, "16s"},   {zk32s, "32s"},   {zk64s, "64s"},   {zk32f, "32f"},   {zk64f, "64f"},
-    {zk16uc, "16uc"}, {zk8sc, "8sc"},   {zk16sc, "16sc"}, {zk32sc, "32sc"}, {zk64sc, "64sc"},
-    {zk32fc, "32fc"}, {zk64fc, "64fc"},
+    {zk8u, "8u", zkr8u},       {zk16u, "16u", zkr16u},    {zk32u, "32u", zkr32u},    {zk64u, "64u", zkr64u},
+    {zk8s, "8s", zkr8s},       {zk16s, "16s", zkr16s},    {zk32s, "32s", zkr32s},    {zk64s, "64s", zkr64s},
+    {zk32f, "32f", zkr32f},    {zk64f, "64f", zkr64f},    {zk16uc, "16uc", zkr16uc}, {zk8sc, "8sc", zkr8sc},
+    {zk16sc, "16sc", zkr16sc}, {zk32sc, "32sc", zkr32sc}, {zk64sc, "64sc", zkr64sc}, {zk32fc, "32fc", zkr32fc},
+    {zk64fc, "64fc", zkr64fc},
 };
 
 // Splits a type part ("16s8u") into its tokens.
@@ -43,6 +45,16 @@ zkType zkFunc::stringToType(const qmString& s) {
     for (const auto& e : kTypes)
         if (s == e.text) return static_cast<zkType>(e.value);
     return zkUndef;
+}
+
+ZkrDataType zkFunc::zkrType(int t) {
+    for (const auto& e : kTypes)
+        if (e.value == t) return e.code;
+    return zkrUndef;
+}
+
+ZkrChannels zkFunc::zkrChannels(int channels) {
+    return channels >= 1 && channels <= 4 ? static_cast<ZkrChannels>(channels) : zkrC0;
 }
 
 int zkFunc::typeTokenLength(const qmString& s, int pos) {

@@ -188,3 +188,15 @@ TEST(ZkFunc, OrderingOfBases) {
     EXPECT_LT(order("zkriAdd_8u_C1R", "zkriAddC_8u_C1R"), 0);
     EXPECT_LT(order("zkriFilter_8u_C1R", "zkriFilterMedian_8u_C1R"), 0);
 }
+
+TEST(ZkFunc, LibraryCodesOfTypesAndChannels) {
+    EXPECT_EQ(zkFunc::zkrType(zk8u), zkr8u);
+    EXPECT_EQ(zkFunc::zkrType(zk16sc), zkr16sc);
+    EXPECT_EQ(zkFunc::zkrType(zk64fc), zkr64fc);
+    EXPECT_EQ(zkFunc::zkrType(zkFunc("zkriAdd_32f_C1R").srcType()), zkr32f);
+    EXPECT_EQ(zkFunc::zkrType(0x408), zkrUndef);  // complex 8-bit unsigned is no library type
+    EXPECT_EQ(zkFunc::zkrChannels(zkFunc("zkriAdd_8u_AC4RSfs").srcChannels()), zkrC4);
+    EXPECT_EQ(zkFunc::zkrChannels(1), zkrC1);
+    EXPECT_EQ(zkFunc::zkrChannels(0), zkrC0);
+    EXPECT_EQ(zkFunc::zkrChannels(5), zkrC0);
+}

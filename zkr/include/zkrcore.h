@@ -36,6 +36,15 @@ typedef struct { Zkr32f re; Zkr32f im; } Zkr32fc;
 typedef struct { Zkr64f re; Zkr64f im; } Zkr64fc;
 
 /* ---- geometry --------------------------------------------------------- */
+/* Element type and channel layout codes, for callers that describe data generically. */
+typedef enum {
+    zkrUndef = -1,
+    zkr8u, zkr8s, zkr16u, zkr16s, zkr32u, zkr32s, zkr64u, zkr64s, zkr32f, zkr64f,
+    zkr16uc, zkr8sc, zkr16sc, zkr32sc, zkr64sc, zkr32fc, zkr64fc
+} ZkrDataType;
+
+typedef enum { zkrC0 = 0, zkrC1 = 1, zkrC2 = 2, zkrC3 = 3, zkrC4 = 4 } ZkrChannels;
+
 typedef struct { int width; int height; } ZkriSize;
 typedef struct { int x; int y; } ZkriPoint;
 typedef struct { int x; int y; int width; int height; } ZkriRect;
