@@ -159,3 +159,14 @@ TEST(Config, CfgFileBesideTheProgramIsUsedWhenNoneInWorkingDirectory) {
     EXPECT_TRUE(r.has("read from " + bin.str() + "/quillmark.cfg file\n")) << r.out;
     EXPECT_TRUE(fs::exists(bin / "beside.csv"));
 }
+
+TEST(Config, CompiledInCommandLineIsTheLastResort) {
+    TempDir work;
+    Outcome r = run(quote(fixtureProgram()), work.str());
+    EXPECT_TRUE(r.has("Command line options: set by _FORCE_CMDLINE preprocessor definition\n")) << r.out;
+    EXPECT_TRUE(r.has("-B: batch mode\n"));
+    EXPECT_TRUE(r.has("| .Number of tests : 1"));
+    const fs::path sum = fs::path(fixtureProgram()).parent_path() / "qm_fixture_program_sum.csv";
+    EXPECT_TRUE(fs::exists(sum));
+    fs::remove(sum);
+}
