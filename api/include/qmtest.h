@@ -127,7 +127,6 @@ public:
     static bool m_cache;         // -C: in cache and out of cache
     static int m_numParmsColm;   // parameter columns of the result table
     static int m_numResultColm;  // result columns of the result table
-    static bool m_nameExit;      // -Q: stop after the name table
 
 protected:
     time_t m_createTime = 0;

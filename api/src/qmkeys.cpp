@@ -199,10 +199,7 @@ void qmSession::registerKeys() {
                    false, 1);
         initOption('Q', "-Q               = exit after function parameter name table creation\n",
                    text("exit after function parameter name table creation and don't run tests\n"),
-                   [](const qmString&, qmSession*) {
-                       m_nameExit = true;
-                       qmTest::m_nameExit = true;
-                   },
+                   [](const qmString&, qmSession*) { m_nameExit = true; },
                    "Writes the parameter name lines of every selected test and measures nothing.\n", false, 1);
     }
     initOption('u', "-u[<file-name>]  = create csv-file and write summary table ('_sum' is added to default title name)\n",

@@ -20,7 +20,6 @@ int qmTest::m_hot = 0;
 bool qmTest::m_cache = false;
 int qmTest::m_numParmsColm = 12;
 int qmTest::m_numResultColm = 6;
-bool qmTest::m_nameExit = false;
 bool zkTest::m_checkErrorsOnly = false;
 
 qmTestInfo::qmTestInfo(const qmString& id) {
@@ -182,7 +181,7 @@ void qmTest::stepsAfterStart() {
         step("parmsFromIstrm", [&] { return parmsFromIstrm(); });
         step("funcToCstrm", [&] { funcToCstrm(); });
         step("parmsNameToCstrm", [&] { parmsNameToCstrm(); });
-        if (m_nameExit || g_istrm.nameOnly()) {
+        if (qmSession::m_nameExit || g_istrm.nameOnly()) {
             raiseResult(QM_OK);
         } else {
             step("outputRegInfo", [&] { outputRegInfo(); });
