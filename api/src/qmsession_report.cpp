@@ -67,13 +67,16 @@ void qmSession::listTests(int mode) {
     g_cstrm << title;
     qmListFacts facts;
     facts.mode = mode;
+    // List what a run would measure: the start-from text is consumed as a run consumes it.
+    const qmString startFunc = qmTestList::m_startFunc;
     for (qmTest* t : pTestList->tests()) {
-        if (!pTestList->isSelected(t, m_conditions, false)) continue;
+        if (!pTestList->isSelected(t, m_conditions, true)) continue;
         if (mode == 0)
             facts.tested.append({t->funcName(), t->info().name});
         else
             facts.applied.append(t->funcName());
     }
+    qmTestList::m_startFunc = startFunc;
     if (mode != 0) facts.exported = qmLibraryExports();
     const qmReportList list(facts);
     g_ostrm << list;
