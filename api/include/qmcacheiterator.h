@@ -53,31 +53,33 @@ protected:
     int m_cacheSize = -1;  // -1: ask the library
 };
 
-// Controls an int parameter (a length in elements, a side in pixels).
-class qmCacheIteratorInt : public qmCacheIterator {
+// Controls a parameter of type T: an int (a length in elements, a side in pixels) or an image size
+// (the scaling is then shared between width and height).
+template <class T>
+class qmCacheIteratorOf : public qmCacheIterator {
 public:
-    qmCacheIteratorInt(qmStepIterator<int>& controlled, qmObject* watched, SetValueFunc setValue = nullptr)
-        : qmCacheIterator(controlled, watched, setValue), m_int(controlled) {}
-    // Scales v by a power of two (coarse) or doubles/halves it (fine); false when v drops to 0 or below.
-    static bool updateValue(int& v, long long size, long long bound, bool fine);
+    qmCacheIteratorOf(qmStepIterator<T>& controlled, qmObject* watched, SetValueFunc setValue = nullptr)
+        : qmCacheIterator(controlled, watched, setValue), m_controlled(controlled) {}
+    // Scales v by a power of two (coarse) or by one doubling or halving (fine); false when the result
+    // would be 0 or below, or would overflow.
+    static bool updateValue(T& v, long long size, long long bound, bool fine);
 
 protected:
-    bool setNewValueToParm(int target, int bound, bool fine) override;
+    bool setNewValueToParm(int target, int bound, bool fine) override {
+        T v = m_controlled.value();
+        if (!updateValue(v, target, bound, fine)) return false;
+        m_controlled.setValue(v);
+        return true;
+    }
 
 private:
-    qmStepIterator<int>& m_int;
+    qmStepIterator<T>& m_controlled;
 };
 
-// Controls an image size parameter: the scaling is shared between width and height.
-class qmCacheIteratorSize : public qmCacheIterator {
-public:
-    qmCacheIteratorSize(qmStepIterator<ZkriSize>& controlled, qmObject* watched, SetValueFunc setValue = nullptr)
-        : qmCacheIterator(controlled, watched, setValue), m_size(controlled) {}
-    static bool updateValue(ZkriSize& v, long long size, long long bound, bool fine);
+template <>
+bool qmCacheIteratorOf<int>::updateValue(int& v, long long size, long long bound, bool fine);
+template <>
+bool qmCacheIteratorOf<ZkriSize>::updateValue(ZkriSize& v, long long size, long long bound, bool fine);
 
-protected:
-    bool setNewValueToParm(int target, int bound, bool fine) override;
-
-private:
-    qmStepIterator<ZkriSize>& m_size;
-};
+using qmCacheIteratorInt = qmCacheIteratorOf<int>;
+using qmCacheIteratorSize = qmCacheIteratorOf<ZkriSize>;

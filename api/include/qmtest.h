@@ -157,8 +157,6 @@ private:
     void measureLine();
     bool startParameters();
     bool advanceParameters();
-    qmString m_step;  // name of the step being run, for error messages
-    bool m_started = false;
 };
 
 class zkTest : public qmTest {

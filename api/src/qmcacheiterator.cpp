@@ -97,7 +97,8 @@ void qmCacheIterator::outputInfo() const {
 
 // ---------------------------------------------------------------- rescaling
 
-bool qmCacheIteratorInt::updateValue(int& v, long long size, long long bound, bool fine) {
+template <>
+bool qmCacheIteratorOf<int>::updateValue(int& v, long long size, long long bound, bool fine) {
     if (fine) {
         if (size < bound && v > INT_MAX / 2) return false;
         v = size >= bound ? v >> 1 : v << 1;
@@ -118,14 +119,8 @@ bool qmCacheIteratorInt::updateValue(int& v, long long size, long long bound, bo
     return v > 0;
 }
 
-bool qmCacheIteratorInt::setNewValueToParm(int target, int bound, bool fine) {
-    int v = m_int.value();
-    if (!updateValue(v, target, bound, fine)) return false;
-    m_int.setValue(v);
-    return true;
-}
-
-bool qmCacheIteratorSize::updateValue(ZkriSize& v, long long size, long long bound, bool fine) {
+template <>
+bool qmCacheIteratorOf<ZkriSize>::updateValue(ZkriSize& v, long long size, long long bound, bool fine) {
     if (fine) {
         if (size < bound && (v.width > INT_MAX / 2 || v.height > INT_MAX / 2)) return false;
         if (size < bound)
@@ -150,9 +145,3 @@ bool qmCacheIteratorSize::updateValue(ZkriSize& v, long long size, long long bou
     return v.width >= 1 && v.height >= 1;
 }
 
-bool qmCacheIteratorSize::setNewValueToParm(int target, int bound, bool fine) {
-    ZkriSize v = m_size.value();
-    if (!updateValue(v, target, bound, fine)) return false;
-    m_size.setValue(v);
-    return true;
-}

@@ -276,12 +276,13 @@ void qmTrace::emit(const qmString& line) {
 
 void qmTrace::traceIn(const qmString& name) {
     m_indent += "*";
-    emit(m_indent + "*****" + " trace into   " + name + "\n");
+    // Lines are built only when the console shows tracing: steps run for every parameter line.
+    if (g_ostrm.outLevel() & TRACE) emit(m_indent + "*****" + " trace into   " + name + "\n");
     m_names.append(name);
 }
 
 void qmTrace::traceOut(const qmString& name) {
-    emit(m_indent + "*****" + " trace out of " + name + "\n");
+    if (g_ostrm.outLevel() & TRACE) emit(m_indent + "*****" + " trace out of " + name + "\n");
     if (!m_indent.empty()) m_indent = m_indent.left(m_indent.length() - 1);
     if (!m_names.empty() && m_names.back() == name) m_names.pop_back();
 }
