@@ -46,8 +46,9 @@ bool qmRegZkrEnvironment(void (*environment)()) {
 }
 
 bool qmRegZkrVersion(const ZkrLibraryVersion* (*getter)()) {
+    // Every module that binds the library registers its getters: keep each once.
     if (!zkrVersionList) zkrVersionList = new qmList<const ZkrLibraryVersion* (*)()>;
-    zkrVersionList->append(getter);
+    if (!zkrVersionList->contains(getter)) zkrVersionList->append(getter);
     return true;
 }
 

@@ -1,33 +1,33 @@
 // libzkrs: vector forms of the Add family, run by the image kernels as a
 // single row (on the calling thread).
+#include "add_kernels.h"
 #include "elem_info.h"
-#include "kernels.h"
 #include "version_record.h"
 #include "zkrs.h"
 
 namespace {
 
-constexpr zkr::Kop kopOf(bool add) { return add ? zkr::Kop::Add : zkr::Kop::RevSub; }
+using zkr::add::Kop;
+
+// The kernel operation of each base: Sub and SubC subtract their first operand.
+constexpr Kop kOp_Add = Kop::Add, kOp_AddC = Kop::Add, kOp_Sub = Kop::RevSub, kOp_SubC = Kop::RevSub;
 
 // a, b: kernel operands (Sub: b - a). ScalarA: a is one real element.
 template <bool ScalarA, class T>
-ZkrStatus runVector(zkr::Kop op, const T* a, const T* b, T* d, int len, int scaleFactor) {
+ZkrStatus runVector(Kop op, const T* a, const T* b, T* d, int len, int scaleFactor) {
     static_assert(!ScalarA || zkr::ElemInfo<T>::comps == 1, "constants of complex vectors need a pattern");
     if (!a || !b || !d) return zkrStsNullPtrErr;
     if (len <= 0) return zkrStsSizeErr;
-    zkr::EltJob j;
+    zkr::add::EltJob j;
     j.a = a;
     j.b = b;
     j.d = d;
     j.rowLen = len * zkr::ElemInfo<T>::comps;
     j.scale = scaleFactor;
-    constexpr zkr::Shape shape = ScalarA ? zkr::Shape::Scalar : zkr::Shape::Binary;
-    const zkr::KernelSet& kernels = zkr::kernelsFor(zkrGetDispatchLevel());
-    kernels.elt[int(zkr::kSType<T>)][int(op)][int(shape)](j, 0, 1);
+    constexpr zkr::add::Shape shape = ScalarA ? zkr::add::Shape::Scalar : zkr::add::Shape::Binary;
+    zkr::add::kernels().elt[int(zkr::add::kSType<T>)][int(op)][int(shape)](j, 0, 1);
     return zkrStsNoErr;
 }
-
-constexpr bool isAdd(const char* base) { return base[0] == 'A'; }
 
 }  // namespace
 
@@ -35,9 +35,9 @@ constexpr bool isAdd(const char* base) { return base[0] == 'A'; }
 #define ZKRS_SCALE_ARG 0
 
 #define ZKRS_DEFINE_BINARY(base, t, s) \
-    ZKRS_BINARY(base, t, s) { return runVector<false>(kopOf(isAdd(#base)), pSrc1, pSrc2, pDst, len, ZKRS_SCALE_ARG##s); }
+    ZKRS_BINARY(base, t, s) { return runVector<false>(kOp_##base, pSrc1, pSrc2, pDst, len, ZKRS_SCALE_ARG##s); }
 #define ZKRS_DEFINE_CONST(base, t, s) \
-    ZKRS_CONST(base, t, s) { return runVector<true>(kopOf(isAdd(#base)), &val, pSrc, pDst, len, ZKRS_SCALE_ARG##s); }
+    ZKRS_CONST(base, t, s) { return runVector<true>(kOp_##base, &val, pSrc, pDst, len, ZKRS_SCALE_ARG##s); }
 
 extern "C" {
 

@@ -1,15 +1,123 @@
-// Every function of the Add family against the reference arithmetic: all
-// dispatch levels, ROIs inside padded images, scale factors across and beyond
-// the useful range, thread splits, and every argument error.
+// The Add family against the reference arithmetic, driven by its table:
+// every function on every dispatch level, ROIs inside padded images, scale
+// factors across and beyond the useful range, thread splits, and every
+// argument error. One test per call form walks all functions of that form.
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <type_traits>
 
-#include "family_cases.h"
+#include "family_support.h"
 #include "test_support.h"
+
+#define ZKR_TABLE "add/add.tbl"
+#include "zkr_declare.h"
 
 namespace zkrtest {
 namespace {
+
+enum class Form { Bin, BinInPlace, Const, ConstInPlace, UnaryInPlace };
+
+// Uniform arguments; each form reads the fields its call needs.
+struct CallArgs {
+    const void* src1 = nullptr;  // Bin: pSrc1; BinInPlace, Const: pSrc
+    int src1Step = 0;
+    const void* src2 = nullptr;  // Bin: pSrc2
+    int src2Step = 0;
+    void* dst = nullptr;         // pDst or pSrcDst
+    int dstStep = 0;
+    const void* values = nullptr;  // Const forms: nval elements (nval == 1: passed by value)
+    ZkriSize roi{0, 0};
+    int scaleFactor = 0;
+
+    // The same arguments under the parameter names of the call forms.
+    Bag bag() const {
+        Bag b;
+        b.pSrc1 = b.pSrc = src1;
+        b.src1Step = b.srcStep = src1Step;
+        b.pSrc2 = src2;
+        b.src2Step = src2Step;
+        b.pDst = b.pSrcDst = dst;
+        b.dstStep = b.srcDstStep = dstStep;
+        b.value = values;
+        b.roiSize = roi;
+        b.scaleFactor = scaleFactor;
+        return b;
+    }
+};
+
+enum class CompType { U8, U16, S16, S32, F32 };
+
+struct FamilyCase {
+    std::string name;
+    Form form;
+    bool add;           // Add/AddC (a + b) or Sub/SubC (src2 - src1, src - value)
+    int channels;       // channels per pixel in memory
+    bool alpha;         // AC4: fourth channel untouched
+    int nval;           // constant elements (Const forms)
+    bool hasScale;
+    CompType comp;      // component type
+    int comps;          // components per element (2 for complex)
+    int compBytes;
+    ZkrStatus (*call)(const CallArgs&);
+
+    int perPixel() const { return channels * comps; }
+    int pixelBytes() const { return perPixel() * compBytes; }
+};
+
+template <class S> constexpr CompType compTypeOf() {
+    if constexpr (std::is_same_v<S, Zkr8u>) return CompType::U8;
+    else if constexpr (std::is_same_v<S, Zkr16u>) return CompType::U16;
+    else if constexpr (std::is_same_v<S, Zkr16s>) return CompType::S16;
+    else if constexpr (std::is_same_v<S, Zkr32s>) return CompType::S32;
+    else return CompType::F32;
+}
+
+Form formOf(const std::string& form) {
+    if (form.rfind("binary_i", 0) == 0) return Form::BinInPlace;
+    if (form.rfind("binary", 0) == 0) return Form::Bin;
+    if (form.rfind("unary_i", 0) == 0) return Form::UnaryInPlace;
+    if (form.find("_i") != std::string::npos) return Form::ConstInPlace;
+    return Form::Const;
+}
+
+// One table row as a case; the layout and operation columns are the table's.
+template <class T>
+FamilyCase describe(const char* name, const char* form, const char* layout, const char* op,
+                    ZkrStatus (*call)(const CallArgs&)) {
+    using C = Comp<T>;
+    const std::string l = layout, f = form, o = op;
+    FamilyCase c;
+    c.name = name;
+    c.form = formOf(f);
+    c.add = o == "Add" || o == "AddC";
+    c.channels = l == "C1" ? 1 : (l == "C3" ? 3 : 4);
+    c.alpha = l == "AC4";
+    c.nval = c.form == Form::Const || c.form == Form::ConstInPlace ? (f.rfind("const1", 0) == 0 ? 1 : (l == "C4" ? 4 : 3)) : 0;
+    c.hasScale = formEndsWith(f, "_sfs");
+    c.comp = compTypeOf<typename C::S>();
+    c.comps = C::n;
+    c.compBytes = int(sizeof(typename C::S));
+    c.call = call;
+    return c;
+}
+
+std::vector<FamilyCase> expandTable() {
+    std::vector<FamilyCase> cases;
+#define ZKR_FN(name, form, T, L, op)                                                       \
+    cases.push_back(describe<T>(#name, #form, #L, #op, [](const CallArgs& a) -> ZkrStatus { \
+        const Bag b = a.bag();                                                             \
+        return ZKR_CALL(b, name, form, T);                                                 \
+    }));
+#include "add/add.tbl"
+#undef ZKR_FN
+    return cases;
+}
+
+const std::vector<FamilyCase>& familyCases() {
+    static const std::vector<FamilyCase> cases = expandTable();
+    return cases;
+}
 
 const int kScaleFactorsWide[] = {0,   1,   2,   3,   7,   8,   9,   10,  15,  16,  17,  18,  31,  32,
                                  33,  34,  40,  -1,  -2,  -7,  -8,  -9,  -15, -16, -17, -31, -32, -33,
@@ -223,14 +331,41 @@ Runners runners(CompType t) {
     }
 }
 
-class AddFamily : public testing::WithParamInterface<FamilyCase>, public LibraryStateTest {};
+class AddFamily : public testing::WithParamInterface<Form>, public LibraryStateTest {
+protected:
+    template <class Check> void walk(Check check) {
+        forEachCase(familyCases(), [&](const FamilyCase& c) { return c.form == GetParam(); }, check);
+    }
+};
 
-TEST_P(AddFamily, MatchesReferenceOnEveryLevel) { runners(GetParam().comp).reference(GetParam()); }
-TEST_P(AddFamily, ThreadSplitsMatchSingleThread) { runners(GetParam().comp).threads(GetParam()); }
-TEST_P(AddFamily, StatusCodes) { runners(GetParam().comp).status(GetParam()); }
+TEST_P(AddFamily, MatchesReferenceOnEveryLevel) {
+    walk([](const FamilyCase& c) { runners(c.comp).reference(c); });
+}
+TEST_P(AddFamily, ThreadSplitsMatchSingleThread) {
+    walk([](const FamilyCase& c) { runners(c.comp).threads(c); });
+}
+TEST_P(AddFamily, StatusCodes) {
+    walk([](const FamilyCase& c) { runners(c.comp).status(c); });
+}
 
-INSTANTIATE_TEST_SUITE_P(Zkri, AddFamily, testing::ValuesIn(familyCases()),
-                         [](const testing::TestParamInfo<FamilyCase>& info) { return info.param.name; });
+TEST(AddFamilyTable, HasEveryVariantOnce) {
+    std::vector<std::string> names;
+    for (const FamilyCase& c : familyCases()) names.push_back(c.name);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(std::adjacent_find(names.begin(), names.end()), names.end()) << "a function is listed twice";
+    // Four bases of 50 variants (7 types x 3 or 4 layouts x 2 forms) and Complement.
+    EXPECT_EQ(names.size(), 201u);
+}
+
+std::string formName(const testing::TestParamInfo<Form>& info) {
+    static const char* const names[] = {"Binary", "BinaryInPlace", "Constant", "ConstantInPlace", "UnaryInPlace"};
+    return names[int(info.param)];
+}
+
+INSTANTIATE_TEST_SUITE_P(Zkri, AddFamily,
+                         testing::Values(Form::Bin, Form::BinInPlace, Form::Const, Form::ConstInPlace,
+                                         Form::UnaryInPlace),
+                         formName);
 
 }  // namespace
 }  // namespace zkrtest

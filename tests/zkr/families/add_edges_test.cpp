@@ -4,7 +4,8 @@
 // Each case runs on every dispatch level and on a row long enough to take
 // the vector path as well as the scalar tail.
 #include "test_support.h"
-#include "zkri.h"
+#define ZKR_TABLE "add/add.tbl"
+#include "zkr_declare.h"
 
 namespace zkrtest {
 namespace {

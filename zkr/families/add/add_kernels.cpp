@@ -3,17 +3,17 @@
 #include <cstddef>
 #include <utility>
 
-#include "kernels.h"
+#include "add_kernels.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
 #endif
 
-namespace zkr::ZKR_LEVEL_NS {
+namespace zkr::add::ZKR_LEVEL_NS {
 
-#include "eltwise_loops.inc"
+#include "add_loops.inc"
 
-constinit const KernelSet kernels = makeKernelSet();
+constinit const Kernels kernels = makeKernels();
 
-}  // namespace zkr::ZKR_LEVEL_NS
+}  // namespace zkr::add::ZKR_LEVEL_NS

@@ -2,7 +2,7 @@
 
 #include "zkrcore.h"
 
-namespace zkr::img {
+namespace zkr {
 
 WorkerPool& WorkerPool::instance() {
     static WorkerPool pool;
@@ -76,34 +76,11 @@ void WorkerPool::workerLoop(int index, std::uint64_t seen) {
     }
 }
 
-namespace {
-
-struct RowBands {
-    const EltJob* job;
-    RowsFn fn;
-    int height;
-};
-
-void runBand(void* ctx, int part, int parts) {
-    const auto& b = *static_cast<const RowBands*>(ctx);
-    const int y0 = int(std::int64_t(b.height) * part / parts);
-    const int y1 = int(std::int64_t(b.height) * (part + 1) / parts);
-    b.fn(*b.job, y0, y1);
-}
-
-}  // namespace
-
-void runRows(const EltJob& job, RowsFn fn, int width, int height) {
+int bandsFor(std::int64_t pixels, int rows) {
     int threads = 1;
     zkrGetNumThreads(&threads);
-    const bool split = threads > 1 && std::int64_t(width) * height >= kMinParallelPixels &&
-                       height >= 2 * std::int64_t(threads);
-    if (!split) {
-        fn(job, 0, height);
-        return;
-    }
-    RowBands bands{&job, fn, height};
-    WorkerPool::instance().run(threads, &runBand, &bands);
+    const bool split = threads > 1 && pixels >= kMinParallelPixels && rows >= 2 * std::int64_t(threads);
+    return split ? threads : 1;
 }
 
-}  // namespace zkr::img
+}  // namespace zkr

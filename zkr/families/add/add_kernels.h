@@ -1,5 +1,6 @@
-// Interface between the exported entry points and the element-wise kernels
-// compiled once per instruction-set level (kernels_level.cpp).
+// Interface between the Add family's entry points (add.cpp, and the vector
+// forms of libzkrs) and its element-wise kernels, compiled once per
+// instruction-set level (add_kernels.cpp).
 //
 // Every operation of the Add family is element-wise over the scalar
 // components of a row: complex types are pairs of components, multi-channel
@@ -10,7 +11,10 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace zkr {
+#include "elem_info.h"
+#include "levels.h"
+
+namespace zkr::add {
 
 // Component types the kernels are compiled for.
 enum class SType : int { U8, U16, S16, S32, F32, Count };
@@ -56,17 +60,23 @@ struct EltJob {
 
 using RowsFn = void (*)(const EltJob& job, int y0, int y1);
 
-struct KernelSet {
+struct Kernels {
     RowsFn elt[int(SType::Count)][int(Kop::Count)][int(Shape::Count)];
     RowsFn complement32s;  // d[i] = one's complement coded d[i] as two's complement
 };
 
-namespace base   { extern const KernelSet kernels; }
-namespace avx2   { extern const KernelSet kernels; }
-namespace avx512 { extern const KernelSet kernels; }
+ZKR_DECLARE_LEVEL_KERNELS(Kernels)
 
-// Kernel set of a dispatch level (0 baseline, 1 AVX2, 2 AVX-512). Defined in
-// a baseline-compiled file: nothing compiled for a higher level may be shared.
-const KernelSet& kernelsFor(int level);
+// Component type of an element type.
+template <class S> struct ComponentType;
+template <> struct ComponentType<Zkr8u>  { static constexpr SType id = SType::U8; };
+template <> struct ComponentType<Zkr16u> { static constexpr SType id = SType::U16; };
+template <> struct ComponentType<Zkr16s> { static constexpr SType id = SType::S16; };
+template <> struct ComponentType<Zkr32s> { static constexpr SType id = SType::S32; };
+template <> struct ComponentType<Zkr32f> { static constexpr SType id = SType::F32; };
+template <class T> inline constexpr SType kSType = ComponentType<typename ElemInfo<T>::S>::id;
 
-}  // namespace zkr
+// The kernels of the dispatch level in force.
+inline const Kernels& kernels() { return ZKR_LEVEL_KERNELS(); }
+
+}  // namespace zkr::add

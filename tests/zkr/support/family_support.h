@@ -1,0 +1,55 @@
+// Helpers of the table-driven family tests: the argument bag every family
+// test calls its functions through, and the walk over a family's cases.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "zkr_call.hpp"
+
+namespace zkrtest {
+
+// Every parameter name of the image call forms; a row's call (ZKR_CALL)
+// reads the members its form names. Families with other parameters derive
+// from it.
+struct Bag {
+    const void* pSrc = nullptr;
+    int srcStep = 0;
+    const void* pSrc1 = nullptr;
+    int src1Step = 0;
+    const void* pSrc2 = nullptr;
+    int src2Step = 0;
+    void* pDst = nullptr;
+    int dstStep = 0;
+    void* pSrcDst = nullptr;
+    int srcDstStep = 0;
+    const void* value = nullptr;  // constants by value are read through this pointer too
+    ZkriSize roiSize{0, 0};
+    int scaleFactor = 0;
+};
+
+// True when a form's name ends with `suffix` ("_sfs") or starts with `prefix`.
+inline bool formEndsWith(const std::string& form, const std::string& suffix) {
+    return form.size() >= suffix.size() && form.compare(form.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+// Runs check(c) for every case `select` accepts, naming the case in failures;
+// stops after the first case that fails so one fault does not flood the log.
+// Fails when `select` accepts no case: a filter that matches nothing hides a
+// renamed form or a table that lost its rows.
+template <class Case, class Select, class Check>
+void forEachCase(const std::vector<Case>& cases, Select select, Check check) {
+    int checked = 0;
+    for (const Case& c : cases) {
+        if (!select(c)) continue;
+        SCOPED_TRACE(c.name);
+        ++checked;
+        check(c);
+        if (::testing::Test::HasFailure()) return;
+    }
+    EXPECT_GT(checked, 0) << "no case of the family has this form";
+}
+
+}  // namespace zkrtest

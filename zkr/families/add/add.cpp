@@ -1,0 +1,146 @@
+// The exported functions of the Add family, defined from its table: each row
+// packs its parameters and hands them to the one generic entry point, which
+// checks the arguments, describes the call as an EltJob (patterns for
+// constants, keep masks for alpha) and runs the kernels of the level in force.
+#include <type_traits>
+
+#include "add_kernels.h"
+#include "checks.h"
+#include "worker_pool.h"
+#include "zkr_call.hpp"
+
+namespace zkr::add {
+namespace {
+
+enum class Op { Add, Sub, AddC, SubC, Complement };
+
+// Add and AddC compute a + b; Sub computes src2 - src1 and SubC src - value,
+// which the kernels get as RevSub(src1, src2) and RevSub(value, src).
+constexpr Kop kopOf(Op op) { return op == Op::Add || op == Op::AddC ? Kop::Add : Kop::RevSub; }
+
+void runJob(const EltJob& j, RowsFn fn, int width, int height) {
+    forRowBands(std::int64_t(width) * height, height, [&](int y0, int y1) { fn(j, y0, y1); });
+}
+
+// Completes `j` (operands and row geometry already set) and runs it.
+// `values`: the constant of AddC/SubC (kActive<L> elements), else nullptr.
+template <class T, Layout L>
+ZkrStatus execute(EltJob j, Kop op, bool inPlace, const T* values, ZkriSize roi) {
+    using S = typename ElemInfo<T>::S;
+    constexpr int comps = ElemInfo<T>::comps;
+    constexpr int period = Pixel<T, L>::period;
+    constexpr bool masked = L == Layout::AC4;
+    const bool scalar = values && L == Layout::C1 && comps == 1;
+    const bool periodic = values && !scalar;
+
+    struct {
+        alignas(64) S values[kPatternMax];
+        alignas(64) MaskOf<S> keep[kPatternMax];
+    } pattern;
+
+    j.rowLen = roi.width * period;
+    Shape shape;
+    if (scalar) {
+        j.a = values;
+        j.aStep = 0;
+        shape = inPlace ? Shape::ScalarInPlace : Shape::Scalar;
+    } else {
+        j.chunk = j.rowLen < kPatternMax ? j.rowLen : kPatternMax;
+        if (periodic) {
+            for (int i = 0; i < j.chunk; ++i) {
+                const int channel = (i / comps) % kChannels<L>;
+                pattern.values[i] = channel < kActive<L> ? componentsOf(values[channel])[i % comps] : S(0);
+            }
+            j.a = pattern.values;
+            j.aStep = 0;
+            j.aPeriodic = true;
+        }
+        if (masked) {
+            for (int i = 0; i < j.chunk; ++i)
+                pattern.keep[i] = (i % period) < 3 * comps ? MaskOf<S>(~MaskOf<S>(0)) : MaskOf<S>(0);
+            j.mask = pattern.keep;
+        }
+        shape = masked ? (inPlace ? Shape::InPlaceMasked : Shape::BinaryMasked)
+                       : (inPlace ? Shape::InPlace : Shape::Binary);
+    }
+    runJob(j, kernels().elt[int(kSType<T>)][int(op)][int(shape)], roi.width, roi.height);
+    return zkrStsNoErr;
+}
+
+template <class A> int scaleOf(const A& a) {
+    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
+    else return 0;
+}
+
+// The constant of a row as a pointer to its kActive<L> elements.
+template <class T, class A> const T* valuesOf(const A& a) {
+    if constexpr (std::is_pointer_v<decltype(a.value)>) return a.value;
+    else return &a.value;
+}
+
+// One entry point for every form of the table; the form is told by the
+// parameters it has.
+template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
+    if constexpr (op == Op::Complement) {
+        if (const ZkrStatus s = checkArgs({a.pSrcDst}, a.roiSize, {a.srcDstStep}, 4, 4); s != zkrStsNoErr) return s;
+        EltJob j;
+        j.d = a.pSrcDst;
+        j.dStep = a.srcDstStep;
+        j.rowLen = a.roiSize.width;
+        runJob(j, kernels().complement32s, a.roiSize.width, a.roiSize.height);
+        return zkrStsNoErr;
+    } else if constexpr (requires { a.pSrc1; }) {  // binary
+        using T = std::remove_pointer_t<decltype(a.pDst)>;
+        constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
+        const ZkrStatus s = checkArgs({a.pSrc1, a.pSrc2, a.pDst}, a.roiSize, {a.src1Step, a.src2Step, a.dstStep}, px, cb);
+        if (s != zkrStsNoErr) return s;
+        EltJob j;
+        j.a = a.pSrc1, j.aStep = a.src1Step;
+        j.b = a.pSrc2, j.bStep = a.src2Step;
+        j.d = a.pDst, j.dStep = a.dstStep;
+        j.scale = scaleOf(a);
+        return execute<T, L>(j, kopOf(op), false, nullptr, a.roiSize);
+    } else if constexpr (requires { a.value; a.pDst; }) {  // constant
+        using T = std::remove_pointer_t<decltype(a.pDst)>;
+        constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
+        const T* values = valuesOf<T>(a);
+        const ZkrStatus s = checkArgs({a.pSrc, values, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
+        if (s != zkrStsNoErr) return s;
+        EltJob j;
+        j.b = a.pSrc, j.bStep = a.srcStep;
+        j.d = a.pDst, j.dStep = a.dstStep;
+        j.scale = scaleOf(a);
+        return execute<T, L>(j, kopOf(op), false, values, a.roiSize);
+    } else if constexpr (requires { a.value; }) {  // constant, in place
+        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
+        constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
+        const T* values = valuesOf<T>(a);
+        const ZkrStatus s = checkArgs({values, a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
+        if (s != zkrStsNoErr) return s;
+        EltJob j;
+        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
+        j.scale = scaleOf(a);
+        return execute<T, L>(j, kopOf(op), true, values, a.roiSize);
+    } else {  // binary, in place
+        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
+        constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
+        const ZkrStatus s = checkArgs({a.pSrc, a.pSrcDst}, a.roiSize, {a.srcStep, a.srcDstStep}, px, cb);
+        if (s != zkrStsNoErr) return s;
+        EltJob j;
+        j.a = a.pSrc, j.aStep = a.srcStep;
+        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
+        j.scale = scaleOf(a);
+        return execute<T, L>(j, kopOf(op), true, nullptr, a.roiSize);
+    }
+}
+
+}  // namespace
+}  // namespace zkr::add
+
+#define ZKR_FN(name, form, T, L, op)                             \
+    ZKR_DEFINE(name, form, T) {                                  \
+        ZKR_PACK(args, form, T);                                 \
+        return zkr::add::run<zkr::add::Op::op, zkr::Layout::L>(args); \
+    }
+#include "add/add.tbl"
+#undef ZKR_FN

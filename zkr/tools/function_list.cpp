@@ -1,0 +1,19 @@
+// Prints every function of the family tables, one line each:
+//   <name> <form> <type and family columns...>
+// Run by the build into zkr_functions.txt.
+#include <cstdio>
+
+#include "zkr_forms.h"
+
+#define ZKR_STR_(...) #__VA_ARGS__
+#define ZKR_STR(...) ZKR_STR_(__VA_ARGS__)
+
+int main() {
+    static const char* const rows[][3] = {
+#define ZKR_FN(name, form, ...) {#name, #form, ZKR_STR(__VA_ARGS__)},
+#include "zkri_tables.h"
+#undef ZKR_FN
+    };
+    for (const auto& r : rows) std::printf("%s %s %s\n", r[0], r[1], r[2]);
+    return 0;
+}
