@@ -7,8 +7,7 @@
 //              streaming copy measured here (bytes read + bytes written per
 //              clock; write-allocate traffic is not counted in either)
 // Clocks are time-stamp counter ticks (__rdtsc) over the whole timed loop.
-#include <benchmark/benchmark.h>
-#include <x86intrin.h>
+#include "bench_support.h"
 
 #include <chrono>
 #include <cstdint>
@@ -18,22 +17,8 @@
 
 #include "zkri.h"
 
-namespace {
+namespace zkbench {
 
-struct ImageSize {
-    const char* name;
-    int width, height;
-};
-// 3 images of 64x32 fit the 48 KB L1 for every type, 3 of 256x256 the 2 MB
-// L2; 3 of 16384x8192 (384 MB for 8u) exceed even a 260 MB L3.
-const ImageSize kSizes[] = {{"L1", 64, 32}, {"L2", 256, 256}, {"mem", 16384, 8192}};
-
-struct LevelInfo {
-    ZkrCpuType type;
-    const char* name;
-    int vectorBytes;
-};
-const LevelInfo kLevels[] = {{zkrCpuX64, "x64", 16}, {zkrCpuAVX2, "avx2", 32}, {zkrCpuAVX512BW, "avx512", 64}};
 
 template <class T> struct AddC1;
 template <> struct AddC1<Zkr8u> {
@@ -55,32 +40,10 @@ template <> struct AddC1<Zkr32f> {
     }
 };
 
-// 64-byte aligned array with every page touched.
-template <class T> class Buffer {
-public:
-    explicit Buffer(std::size_t n)
-        : n_(n), p_(static_cast<T*>(std::aligned_alloc(64, (n * sizeof(T) + 63) / 64 * 64))) {
-        for (std::size_t i = 0; i < n_; ++i) p_[i] = T(i % 97);
-    }
-    ~Buffer() { std::free(p_); }
-    Buffer(const Buffer&) = delete;
-    Buffer& operator=(const Buffer&) = delete;
-    T* data() { return p_; }
-
-private:
-    std::size_t n_;
-    T* p_;
-};
-
 __attribute__((noinline)) void streamCopy(const std::uint64_t* __restrict src, std::uint64_t* __restrict dst,
                                           std::size_t n) {
     for (std::size_t i = 0; i < n; ++i) dst[i] = src[i];
 }
-
-struct CopyRate {
-    double bytesPerClock;  // bytes read + written per TSC tick
-    double tscGHz;
-};
 
 // Best of five copies of 256 MB into another 256 MB.
 CopyRate measureCopy() {
@@ -107,6 +70,8 @@ const CopyRate& copyRate() {
     static const CopyRate rate = measureCopy();
     return rate;
 }
+
+namespace {
 
 void benchStreamCopy(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(copyRate());
@@ -142,25 +107,17 @@ template <class T> void benchAdd(benchmark::State& state, LevelInfo level, Image
     zkrInit();
 }
 
-template <class T> void registerType() {
-    for (const LevelInfo& level : kLevels) {
-        if (zkrInitCpu(level.type) != zkrStsNoErr) continue;
-        for (const ImageSize& size : kSizes) {
-            const std::string name = std::string(AddC1<T>::name) + "/" + level.name + "/" + size.name;
-            benchmark::RegisterBenchmark(name.c_str(), &benchAdd<T>, level, size)->Unit(benchmark::kMicrosecond);
-        }
-    }
-    zkrInit();
-}
+template <class T> void registerType() { registerPerLevel(AddC1<T>::name, &benchAdd<T>); }
 
 }  // namespace
+}  // namespace zkbench
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    benchmark::RegisterBenchmark("StreamCopy/256MB", &benchStreamCopy)->Iterations(1);
-    registerType<Zkr8u>();
-    registerType<Zkr16s>();
-    registerType<Zkr32f>();
+    benchmark::RegisterBenchmark("StreamCopy/256MB", &zkbench::benchStreamCopy)->Iterations(1);
+    zkbench::registerType<Zkr8u>();
+    zkbench::registerType<Zkr16s>();
+    zkbench::registerType<Zkr32f>();
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;
