@@ -48,7 +48,9 @@ def smallest_p(n1, n2):
 
 
 def test_usable(n1, n2, alpha):
-    return n1 > 0 and n2 > 0 and smallest_p(n1, n2) <= alpha
+    """The rank test needs a spread on each side (two samples at least) and sample counts that can
+    reach the significance level at all."""
+    return n1 >= 2 and n2 >= 2 and smallest_p(n1, n2) <= alpha
 
 
 def uncertainty(values, reported, settings):
