@@ -15,7 +15,7 @@ build:
 	cmake -S . -B $(BUILD) $(CMAKE_ARGS)
 	cmake --build $(BUILD) -j$(JOBS)
 
-run: build
+run: deps build
 	tools/main-job.sh $(BUILD)
 
 test: deps build
