@@ -39,7 +39,8 @@ def test_page_has_every_section_and_is_self_contained(page):
 
 def test_runs_table_names_level_and_library(page):
     _, text, _ = page
-    assert re.search(r"<td>X64</td><td>[^<]*level_X64.csv</td><td>1</td><td>6</td>", text)
+    assert re.search(r'<td>X64</td><td title="[^"]*level_X64.csv">level_X64.csv</td>'
+                     r'<td class="num">1</td><td class="num">6</td>', text)
     assert "(ref x64)" in text and "(ref avx512)" in text
 
 

@@ -170,7 +170,7 @@ def _png(fig):
 
 
 def plot_function(func, groups, caches, in_bytes, unit):
-    fig, ax = plt.subplots(figsize=(7.5, 3.6))
+    fig, ax = plt.subplots(figsize=(9.5, 3.8))
     labels = list(OrderedDict.fromkeys(label for label, _ in groups))
     others = list(OrderedDict.fromkeys(other for _, other in groups))
     colours = plt.rcParams["axes.prop_cycle"].by_key()["color"]
@@ -197,7 +197,7 @@ def plot_function(func, groups, caches, in_bytes, unit):
                         ha="left", fontsize=8, color="grey")
         ax.set_xlim(lo, hi)
     ax.grid(True, which="major", alpha=0.3)
-    ax.legend(fontsize=7, loc="best")
+    ax.legend(fontsize=7, loc="upper left", bbox_to_anchor=(1.01, 1.0), ncol=1 + len(groups) // 13)
     fig.tight_layout()
     return _png(fig)
 
@@ -231,16 +231,17 @@ def build_page(sources, title, plots_dir=None):
     w = out.write
     w(f"<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>{esc(title)}</title>\n"
       "<style>body{font-family:sans-serif;margin:1.5em;max-width:80em}table{border-collapse:collapse;"
-      "margin:0.5em 0}td,th{border:1px solid #bbb;padding:0.2em 0.6em;text-align:right}"
-      "th:first-child,td:first-child{text-align:left}figure{display:inline-block;margin:0.3em}"
+      "margin:0.5em 0}td,th{border:1px solid #bbb;padding:0.2em 0.6em;text-align:left}"
+      ".num{text-align:right}figure{display:block;margin:0.3em 0}"
       "img{border:1px solid #ddd}</style></head><body>\n")
     w(f"<h1>{esc(title)}</h1>\n")
     w("<section id=\"runs\"><h2>Tables</h2>\n<table><tr><th>label</th><th>file</th><th>runs</th>"
       "<th>lines</th><th>started</th><th>processor</th><th>library</th></tr>\n")
     for src in sources:
         d = src.describe()
-        w(f"<tr><td>{esc(src.label)}</td><td>{esc(src.path)}</td><td>{len(src.table.runs)}</td>"
-          f"<td>{len(src.table.lines)}</td><td>{esc(d['Started'])}</td><td>{esc(d['Processor'])}</td>"
+        w(f"<tr><td>{esc(src.label)}</td><td title=\"{esc(src.path)}\">{esc(os.path.basename(src.path))}</td>"
+          f"<td class=\"num\">{len(src.table.runs)}</td><td class=\"num\">{len(src.table.lines)}</td>"
+          f"<td>{esc(d['Started'])}</td><td>{esc(d['Processor'])}</td>"
           f"<td>{esc(d['Library'])}</td></tr>\n")
     w("</table></section>\n")
     w("<section id=\"caches\"><h2>Caches</h2>\n<p>")
@@ -254,7 +255,7 @@ def build_page(sources, title, plots_dir=None):
     for func, row in matrix.items():
         w(f"<tr><td><a href=\"#f-{_slug(func)}\">{esc(func)}</a></td>")
         for s in row:
-            w(f"<td style=\"background:{_cell_colour(s)}\">{'-' if s is None else f'{s:.2f}'}</td>")
+            w(f"<td class=\"num\" style=\"background:{_cell_colour(s)}\">{'-' if s is None else f'{s:.2f}'}</td>")
         w("</tr>\n")
     w("</table></section>\n")
     w("<section id=\"functions\"><h2>Clocks against size</h2>\n")
