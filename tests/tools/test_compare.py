@@ -26,6 +26,7 @@ def test_identical_inputs_are_the_same_everywhere(capsys, tmp_path):
     code, out, err = run(capsys, data("repeat5.csv"), data("repeat5.csv"), "--csv", tmp_path / "c.csv")
     assert code == 0 and err == ""
     assert "Verdicts: faster 0, slower 0, same 4, too noisy 0; baseline only 0, contender only 0" in out
+    assert "too few samples" not in out
     rows = verdict_rows(tmp_path / "c.csv")
     assert len(rows) == 4
     assert all(r["ratio"] == "1.000" and r["method"] == "U test" for r in rows.values())
@@ -64,6 +65,7 @@ def test_one_sample_per_side(capsys, tmp_path):
     assert rows["zkriAdd_8u_C1R 64x64"]["method"] == "accuracy"
     assert rows["zkriAdd_8u_C1R 128x128"]["verdict"] == "too noisy"
     assert code == 1
+    assert "2 of 2 lines had too few samples for the rank test" in out
 
 
 def test_slow_but_noisy_line_does_not_fail(capsys, tmp_path):

@@ -136,6 +136,10 @@ def render_console(cmp, base_lines, cont_lines, only_changed=False, quiet=False)
               f"{len(cmp.rows)} lines\n")
     out.write("Verdicts: " + ", ".join(f"{v} {n}" for v, n in _counts(cmp)) +
               f"; baseline only {len(cmp.only_base)}, contender only {len(cmp.only_contender)}\n")
+    by_accuracy = sum(1 for _, j in cmp.rows if j.method == "accuracy")
+    if by_accuracy:
+        out.write(f"{by_accuracy} of {len(cmp.rows)} lines had too few samples for the rank test and were "
+                  "judged by their figures and accuracy alone; 4 or more runs per side (-R) give a test.\n")
     return out.getvalue()
 
 
