@@ -1,4 +1,4 @@
-# Quillmark: `make run` builds and measures the Add family; `make test` builds and runs every test.
+# Quillmark: `make run` builds, measures the main job's selection and writes its report; `make test` builds and runs every test.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= 2

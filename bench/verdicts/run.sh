@@ -28,7 +28,7 @@ has avx2 fma bmi2 && best=X64v3
 has avx512f avx512bw avx512dq avx512vl && best=X64v4
 
 measure() {  # name level run-number: one run into its own table
-  "$bin/quillmark" -B -i"$work/selection.ini" -P -T"$2" -dSize="$sizes" -LE -l"$work" -n"$1_$3" -r >/dev/null || true
+  "$bin/quillmark" -B -i"$work/selection.ini" -P -T"$2" -dSize="$sizes" -LE -l"$work" -n"$1_$3" -r -u >/dev/null || true
 }
 start=$SECONDS
 for i in $(seq 1 "$reps"); do
