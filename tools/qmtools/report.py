@@ -96,10 +96,10 @@ class Source:
         return {k: run.title.get(k, "-") for k in ("Started", "Processor", "Library")}
 
 
-def load(specs):
+def load(args):
     sources = []
-    for spec in specs:
-        label, path = spec.split("=", 1) if "=" in spec and not os.path.exists(spec) else (None, spec)
+    for arg in args:
+        label, path = arg.split("=", 1) if "=" in arg and not os.path.exists(arg) else (None, arg)
         if label is None:
             label = os.path.splitext(os.path.basename(os.path.normpath(path)))[0]
         sources.append(Source(label, path, read_tables(path)))
