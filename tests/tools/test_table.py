@@ -99,3 +99,14 @@ def test_sizes_and_bytes_per_unit():
     assert size_of(("0", "1000"), ("scaleFactor", "mode")) == (None, None)
     line.data_type, line.descriptor = "16s", "AC4RSfs"
     assert bytes_per_unit(line) == 8
+
+
+def test_interest_column_after_a_comment_with_commas(tmp_path):
+    p = tmp_path / "hot.csv"
+    p.write_text("Function,funcBase,funcDataType,funcDescriptor,Parm1,Clocks,Unit,Time (usec),MFlops,Result,"
+                 "Comment,Interest\n"
+                 "zkriAdd_8u_C1R,Add,8u,C1R,64x64,0.5,pxch,1.0,-,OK,a, b, c,hot\n"
+                 "zkriAdd_8u_C1R,Add,8u,C1R,128x128,0.6,pxch,1.0,-,OK,plain,-\n")
+    t = read_table_file(str(p))
+    assert t.lines[("zkriAdd_8u_C1R", ("64x64",))].samples[0].comment == "a, b, c"
+    assert t.lines[("zkriAdd_8u_C1R", ("128x128",))].samples[0].clocks == 0.6
