@@ -8,7 +8,7 @@ import sys
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.realpath(__file__)), "..", "..", "tools"))
 from qmtools import stats  # noqa: E402
 from qmtools.compare import Comparison  # noqa: E402
-from qmtools.table import read_table_file, read_tables  # noqa: E402
+from qmtools.table import read_table_file, read_tables, table_files  # noqa: E402
 
 
 def quantile(values, q):
@@ -17,7 +17,7 @@ def quantile(values, q):
 
 
 def runs(directory):
-    return [read_table_file(os.path.join(directory, n)) for n in sorted(os.listdir(directory))]
+    return [read_table_file(name) for name in table_files(directory)]
 
 
 def changed(cmp):

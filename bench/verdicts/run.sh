@@ -14,7 +14,7 @@ reps="${REPS:-5}"
 sizes="${QM_SIZES:-32x32; 128x128; 512x512}"
 mkdir -p "$work"
 work="$(cd "$work" && pwd)"
-rm -f "$work"/*.csv
+rm -rf "$work"/*.csv "$work"/aa_a "$work"/aa_b "$work"/ab_a "$work"/ab_b
 
 "$bin/quillmark" -B -e -LE -l"$work" -nlisting -r >/dev/null
 PYTHONPATH="$tools" PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m qmtools.select --per-class "${PER_CLASS:-8}" \
