@@ -3,7 +3,6 @@ import csv
 import os
 import subprocess
 
-import pytest
 
 from helpers import TOOLS, data, scaled_copy, table_text, write_runs
 from qmtools.compare import main

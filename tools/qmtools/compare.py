@@ -2,6 +2,7 @@
 import argparse
 import csv
 import io
+import statistics
 import sys
 from collections import Counter, defaultdict
 
@@ -158,7 +159,7 @@ def write_csv(path, cmp, base_lines, cont_lines):
 
 
 def _median(line):
-    return stats.statistics.median(line.figures())
+    return statistics.median(line.figures())
 
 
 def render_markdown(cmp, base_lines, cont_lines):

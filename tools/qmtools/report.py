@@ -10,7 +10,7 @@ import re
 import statistics
 import subprocess
 import sys
-from collections import OrderedDict, defaultdict
+from collections import OrderedDict
 
 from . import stats
 from .table import TableError, bytes_per_unit, read_tables, size_of
