@@ -1,4 +1,4 @@
-# Quillmark: `make run` builds and measures the Add family; `make test` builds and runs every test.
+# Quillmark: `make run` builds, measures the main job's selection and writes its report; `make test` builds and runs every test.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= 2
@@ -15,7 +15,7 @@ build:
 	cmake -S . -B $(BUILD) $(CMAKE_ARGS)
 	cmake --build $(BUILD) -j$(JOBS)
 
-run: build
+run: deps build
 	tools/main-job.sh $(BUILD)
 
 test: deps build

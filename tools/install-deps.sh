@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Installs what the tests need beyond the machine's toolchain: ImageMagick, the independent decoder
-# the bitmap tests compare against. Does nothing when everything is there.
+# the bitmap tests compare against, and the Python libraries of the result-table tools (statistics,
+# plots, their tests) for the distribution's /usr/bin/python3. Does nothing when everything is there.
 set -euo pipefail
 need=()
 if ! /usr/bin/convert -version 2>/dev/null | grep -q ImageMagick; then need+=(imagemagick); fi
-for pkg in cmake libgtest-dev libbenchmark-dev; do
+for pkg in cmake libgtest-dev libbenchmark-dev python3-scipy python3-matplotlib python3-pytest; do
   dpkg -s "$pkg" >/dev/null 2>&1 || need+=("$pkg")
 done
 if [ ${#need[@]} -gt 0 ]; then

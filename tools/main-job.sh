@@ -1,10 +1,51 @@
 #!/usr/bin/env bash
-# The main job: a batch measurement of the whole Add family (201 functions) at three image sizes (L1-, L2- and L3-resident for 8-bit data),
-# with the result and summary tables written beside the program.
+# The main job: a representative selection (a few functions of every test class) measured at three
+# image sizes (from L1- to beyond L2-resident) at every instruction-set level this machine can run,
+# then one HTML report of the runs, whose path is printed last. The baseline and the best level are
+# measured first; a level that would start after QM_BUDGET seconds (150) of measuring is left out.
 set -euo pipefail
 build="${1:-build}"
-bin="$build/bin"
-"$bin/quillmark" -B -tTimiAdd -LPW -dSize="64x64; 256x256; 512x512" -r -u -nquillmark_add
+bin="$(cd "$build/bin" && pwd)"
+tools="$(cd "$(dirname "$0")" && pwd)"
+out="$bin/main-job"
+sizes="${QM_SIZES:-32x32; 128x128; 512x512}"
+budget="${QM_BUDGET:-150}"
+mkdir -p "$out"
+rm -f "$out"/level_*.csv "$out"/level_*_sum.csv
+
+# The selection: every test class of the -e listing, three functions each (QM_PER_CLASS).
+"$bin/quillmark" -B -e -LE -l"$out" -nlisting -r >/dev/null
+PYTHONPATH="$tools" PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m qmtools.select --per-class "${QM_PER_CLASS:-3}" "$out/listing.csv" >"$out/selection.ini"
+classes=$(cut -d, -f2 "$out/listing.csv" | grep '^Tim' | sort -u | wc -l)
+echo "Selected: $(grep -c '^\[' "$out/selection.ini") functions of $classes test classes"
+
+# Instruction-set levels: the x86-64 levels whose instructions the processor has.
+flags=" $(grep -m1 '^flags' /proc/cpuinfo | cut -d: -f2) "
+has() { for f in "$@"; do [[ "$flags" == *" $f "* ]] || return 1; done; }
+levels=(X64)
+has sse4_2 popcnt && levels+=(X64v2)
+has avx2 fma bmi2 && levels+=(X64v3)
+has avx512f avx512bw avx512dq avx512vl && levels+=(X64v4)
+
+order=("${levels[0]}")
+[ ${#levels[@]} -gt 1 ] && order+=("${levels[-1]}" "${levels[@]:1:${#levels[@]}-2}")
+start=$SECONDS
+declare -A done_level=()
+for level in "${order[@]}"; do
+  if [ $((SECONDS - start)) -ge "$budget" ]; then
+    echo "Skipping -T$level: ${budget} s of measuring used"
+    continue
+  fi
+  echo "Measuring at -T$level..."
+  # A failed test (exit status 1) leaves its lines without figures; the report shows the rest.
+  "$bin/quillmark" -B -i"$out/selection.ini" -P -T"$level" -dSize="$sizes" -LE -l"$out" -nlevel_"$level" -r -q+ -u >/dev/null || true
+  done_level[$level]=1
+done
+echo "Measured ${#done_level[@]} levels in $((SECONDS - start)) s"
+args=()
+for level in "${levels[@]}"; do
+  [ -n "${done_level[$level]:-}" ] && args+=("$level=$out/level_$level.csv")
+done
+"$tools/quillmark-report" "${args[@]}" --title "Quillmark: main job" -o "$out/report.html" >/dev/null
 echo
-echo "Results table: $(cd "$bin" && pwd)/quillmark_add.csv"
-echo "Summary table: $(cd "$bin" && pwd)/quillmark_add_sum.csv"
+echo "Report: $out/report.html"

@@ -1,0 +1,147 @@
+"""quillmark-report from recorded tables of two instruction-set levels, and the main job's selection."""
+import base64
+import os
+import re
+import shutil
+import subprocess
+
+import pytest
+
+from helpers import TOOLS, data, scaled_copy, write_runs
+from qmtools import report, select
+from qmtools.table import read_tables
+
+SCRIPT = os.path.join(TOOLS, "quillmark-report")
+
+
+@pytest.fixture(scope="module")
+def page(tmp_path_factory):
+    d = tmp_path_factory.mktemp("report")
+    out = d / "page.html"
+    r = subprocess.run([SCRIPT, f"X64={data('level_X64.csv')}", f"AVX512={data('level_X64v4.csv')}",
+                        data("single.csv"), "-o", str(out), "--plots-dir", str(d / "plots")],
+                       capture_output=True, text=True)
+    assert r.returncode == 0, r.stderr
+    assert r.stdout.strip() == str(out)
+    return out, out.read_text(), d / "plots"
+
+
+def test_page_has_every_section_and_is_self_contained(page):
+    _, text, _ = page
+    for section in ("runs", "caches", "speedup", "functions"):
+        assert f'<section id="{section}">' in text
+    assert "<th>X64</th><th>AVX512</th><th>single</th>" in text
+    assert not re.search(r'src="(?!data:)', text)             # every image is inside the page
+    images = re.findall(r'src="data:image/png;base64,([^"]+)"', text)
+    assert len(images) == 2                                    # one plot per function
+    assert all(base64.b64decode(i).startswith(b"\x89PNG") for i in images)
+
+
+def test_runs_table_names_level_and_library(page):
+    _, text, _ = page
+    assert re.search(r'<td>X64</td><td title="[^"]*level_X64.csv">level_X64.csv</td>'
+                     r'<td class="num">1</td><td class="num">6</td>', text)
+    assert "(ref x64)" in text and "(ref avx512)" in text
+
+
+def test_speedup_matrix_against_the_first_table(page):
+    _, text, _ = page
+    row = re.search(r'zkriAdd_8u_C1RSfs</a></td>(.*?)</tr>', text).group(1)
+    cells = re.findall(r">([-0-9.]+)</td>", row)
+    assert cells[0] == "1.00"
+    x64 = read_tables(data("level_X64.csv")).lines
+    v4 = read_tables(data("level_X64v4.csv")).lines
+    ratios = [x64[k].figures()[0] / v4[k].figures()[0] for k in x64 if k[0] == "zkriAdd_8u_C1RSfs"]
+    expected = 1.0
+    for r in ratios:
+        expected *= r
+    assert float(cells[1]) == pytest.approx(expected ** (1 / len(ratios)), abs=0.006)
+
+
+def test_plots_are_written_beside_on_request(page):
+    _, _, plots = page
+    assert sorted(os.listdir(plots)) == ["zkriAdd_32f_C1R.png", "zkriAdd_8u_C1RSfs.png"]
+
+
+def test_curves_use_bytes_of_one_image_and_names_from_any_table():
+    sources = report.load([f"a={data('level_X64.csv')}", data("single.csv")])
+    curves, in_bytes = report.curves(sources)
+    groups = curves["zkriAdd_8u_C1RSfs"]
+    # level_X64.csv has no name rows; single.csv names the scale factor for both.
+    assert set(groups) == {("a", "scaleFactor=0"), ("single", "scaleFactor=0")}
+    assert [x for x, _ in groups[("a", "scaleFactor=0")]] == [32 * 32, 128 * 128, 512 * 512]
+    assert [x for x, _ in curves["zkriAdd_32f_C1R"][("a", "")]] == [4 * 32 * 32, 4 * 128 * 128, 4 * 512 * 512]
+    assert in_bytes["zkriAdd_32f_C1R"]
+
+
+def test_speedup_of_a_table_twice_as_fast(tmp_path):
+    fast = scaled_copy(data("level_X64.csv"), tmp_path / "fast.csv", 0.5)
+    sources = report.load([data("level_X64.csv"), str(fast), data("single.csv")])
+    matrix = report.speedups(sources)
+    assert matrix["zkriAdd_32f_C1R"][0] == pytest.approx(1.0)
+    assert matrix["zkriAdd_32f_C1R"][1] == pytest.approx(2.0, rel=1e-4)
+    assert matrix["zkriAdd_32f_C1R"][2] is not None                   # 128x128 is in both
+
+
+def test_function_without_size_or_figure(tmp_path):
+    t = write_runs(tmp_path / "t.csv", [[("zkriAdd_8u_C1R", "64x64", "1.0"), ("zkriSub_8u_C1R", "64x64", "-", "FUNCFAIL")]])
+    text = report.build_page(report.load([t]), "x")
+    assert "zkriSub_8u_C1R: no size parameter or no figure to plot" in text
+    assert text.count("data:image/png") == 1
+
+
+def test_cache_sizes_from_sysfs_then_getconf_then_title(tmp_path):
+    for i, (level, kind, size) in enumerate([("1", "Data", "48K"), ("1", "Instruction", "32K"),
+                                             ("2", "Unified", "1024K"), ("3", "Unified", "32768K")]):
+        d = tmp_path / f"index{i}"
+        d.mkdir()
+        (d / "level").write_text(level + "\n")
+        (d / "type").write_text(kind + "\n")
+        (d / "size").write_text(size + "\n")
+    assert report.cache_sizes(str(tmp_path)) == {"L1d": 48 << 10, "L2": 1 << 20, "L3": 32 << 20}
+    runs = read_tables(data("single.csv")).runs
+    assert report.cache_sizes(str(tmp_path / "none"), runs, getconf="/nonexistent") == {"largest": 532676608}
+
+
+def test_bad_table_exits_2(tmp_path):
+    bad = tmp_path / "bad.csv"
+    bad.write_text("Function,funcBase\n")
+    r = subprocess.run([SCRIPT, str(bad), "-o", str(tmp_path / "p.html")], capture_output=True, text=True)
+    assert r.returncode == 2 and f"{bad}:1: heading lacks column" in r.stderr
+    assert not (tmp_path / "p.html").exists()
+
+
+def test_page_in_a_real_browser(page, tmp_path):
+    browser = next((shutil.which(b) for b in ("chromium", "chromium-browser", "google-chrome") if shutil.which(b)), None)
+    if browser is None:
+        pytest.skip("no headless Chromium installed: the page was not checked in a browser")
+    out, _, _ = page
+    shot = tmp_path / "page.png"
+    r = subprocess.run([browser, "--headless", "--no-sandbox", "--disable-gpu", f"--screenshot={shot}",
+                        "--window-size=1200,900", out.as_uri()], capture_output=True, text=True, timeout=120)
+    assert r.returncode == 0, r.stderr
+    png = shot.read_bytes()
+    assert png.startswith(b"\x89PNG") and len(png) > 10000        # a rendered page, not a blank one
+
+
+def test_selection_takes_a_few_functions_of_every_class():
+    rows = [["Program", "Quillmark 2.0"], ["Library", "-"], ["__qmKavroCpu", "__qmKavroCpu"],
+            ["zkriAdd_8u_C3RSfs", "TimiAdd"], ["zkriAdd_8u_C1RSfs", "TimiAdd"], ["zkriAdd_16s_C1RSfs", "TimiAdd"],
+            ["zkriAdd_32f_C1R", "TimiAdd"], ["zkriSqr_32f_C1R", "TimiSqr"], ["zkriFFTFwd_32fc_C1R", "TimiFft"]]
+    classes = select.classes_of(rows)
+    assert list(classes) == ["TimiAdd", "TimiSqr", "TimiFft"]
+    assert select.pick(classes["TimiAdd"], 2) == ["zkriAdd_8u_C1RSfs", "zkriAdd_16s_C1RSfs"]
+    assert select.pick(classes["TimiAdd"], 3) == ["zkriAdd_8u_C1RSfs", "zkriAdd_16s_C1RSfs", "zkriAdd_32f_C1R"]
+    assert select.pick(classes["TimiAdd"], 9) == ["zkriAdd_8u_C1RSfs", "zkriAdd_16s_C1RSfs", "zkriAdd_32f_C1R",
+                                                  "zkriAdd_8u_C3RSfs"]
+    assert select.pick(classes["TimiFft"], 2) == ["zkriFFTFwd_32fc_C1R"]
+
+
+def test_selection_from_a_real_listing(tmp_path, capsys):
+    listing = tmp_path / "listing.csv"
+    listing.write_text("Program,Quillmark 2.0\nLibrary,-\n__qmKavroCpu,__qmKavroCpu\n"
+                       "zkriAdd_8u_C1RSfs,TimiAdd\nzkriAdd_32f_C1R,TimiAdd\n")
+    assert select.main([str(listing), "--per-class", "1"]) == 0
+    assert capsys.readouterr().out == "[zkriAdd_8u_C1RSfs]\n"
+    listing.write_text("Program,Quillmark 2.0\n")
+    assert select.main([str(listing)]) == 2

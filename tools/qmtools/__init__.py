@@ -1,0 +1,1 @@
+"""Shared code of the Quillmark result-table tools: reading tables, comparing runs, drawing reports."""
