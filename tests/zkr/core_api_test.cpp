@@ -24,9 +24,12 @@ bool looksLikeCompilerDate(const std::string& d) {
            d[6] == ' ' && digit(7) && digit(8) && digit(9) && digit(10);
 }
 
-const ZkrStatus kAllStatuses[] = {zkrStsThreadsOversubscribed, zkrStsNoErr,         zkrStsBadArgErr,
-                                  zkrStsNullPtrErr,            zkrStsSizeErr,       zkrStsStepErr,
-                                  zkrStsCpuNotSupportedErr,    zkrStsNumThreadsErr};
+const ZkrStatus kAllStatuses[] = {
+    zkrStsLnNegArg,     zkrStsLnZeroArg,          zkrStsDivByZero,        zkrStsSqrtNegArg,     zkrStsDoubleSize,
+    zkrStsThreadsOversubscribed, zkrStsNoErr,     zkrStsBadArgErr,        zkrStsNullPtrErr,     zkrStsSizeErr,
+    zkrStsStepErr,      zkrStsCpuNotSupportedErr, zkrStsNumThreadsErr,    zkrStsMaskSizeErr,    zkrStsAnchorErr,
+    zkrStsFftOrderErr,  zkrStsFftFlagErr,         zkrStsInterpolationErr, zkrStsResizeFactorErr,
+    zkrStsContextMatchErr, zkrStsMemAllocErr,     zkrStsHintErr,          zkrStsRangeErr};
 
 TEST_F(CoreApi, EveryStatusHasItsOwnText) {
     std::set<std::string> texts;
@@ -35,8 +38,11 @@ TEST_F(CoreApi, EveryStatusHasItsOwnText) {
         EXPECT_NE(text, "Unknown status") << s;
         EXPECT_TRUE(texts.insert(text).second) << "duplicate text for " << s;
     }
-    EXPECT_STREQ(zkrGetStatusString(ZkrStatus(-7)), "Unknown status");
-    EXPECT_STREQ(zkrGetStatusString(ZkrStatus(2)), "Unknown status");
+    // Warnings read "Warning: ...", errors never do.
+    for (ZkrStatus s : kAllStatuses)
+        EXPECT_EQ(std::string(zkrGetStatusString(s)).rfind("Warning: ", 0) == 0, s > 0) << s;
+    EXPECT_STREQ(zkrGetStatusString(ZkrStatus(-17)), "Unknown status");
+    EXPECT_STREQ(zkrGetStatusString(ZkrStatus(7)), "Unknown status");
 }
 
 TEST_F(CoreApi, InitSelectsTheBestLevelOfTheMachine) {

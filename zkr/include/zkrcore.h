@@ -51,6 +51,11 @@ typedef struct { int x; int y; int width; int height; } ZkriRect;
 
 /* ---- status codes: 0 success, > 0 warning (the call did its work), < 0 error */
 typedef enum {
+    zkrStsLnNegArg              = 6,  /* Ln of a negative value: the result is set as documented by the function */
+    zkrStsLnZeroArg             = 5,  /* Ln of zero: the result is set as documented by the function */
+    zkrStsDivByZero             = 4,  /* division by zero: the result is set as documented by the function */
+    zkrStsSqrtNegArg            = 3,  /* Sqrt of a negative value: the result is set as documented by the function */
+    zkrStsDoubleSize            = 2,  /* a size was not even where the function needs it: the last row/column is left out */
     zkrStsThreadsOversubscribed = 1,  /* zkrSetNumThreads: more threads than cores (accepted) */
     zkrStsNoErr                 = 0,
     zkrStsBadArgErr             = -1, /* argument outside its domain (e.g. unknown processor code) */
@@ -58,8 +63,25 @@ typedef enum {
     zkrStsSizeErr               = -3, /* ROI width/height or vector length <= 0 */
     zkrStsStepErr               = -4, /* row step <= 0, shorter than a row, or not a multiple of the element size */
     zkrStsCpuNotSupportedErr    = -5, /* processor lacks the instructions the requested type needs */
-    zkrStsNumThreadsErr         = -6  /* thread count < 1 */
+    zkrStsNumThreadsErr         = -6, /* thread count < 1 */
+    zkrStsMaskSizeErr           = -7, /* mask size not positive or larger than the function allows */
+    zkrStsAnchorErr             = -8, /* anchor outside the mask */
+    zkrStsFftOrderErr           = -9, /* transform order out of range */
+    zkrStsFftFlagErr            = -10,/* unknown normalisation flag */
+    zkrStsInterpolationErr      = -11,/* unknown interpolation mode */
+    zkrStsResizeFactorErr       = -12,/* scaling factor not positive or out of range */
+    zkrStsContextMatchErr       = -13,/* a specification structure of another kind or not initialised */
+    zkrStsMemAllocErr           = -14,/* not enough memory */
+    zkrStsHintErr               = -15,/* unknown algorithm hint */
+    zkrStsRangeErr              = -16 /* an argument's range is empty or reversed (lower bound above upper) */
 } ZkrStatus;
+
+/* ---- algorithm hints: functions that offer a faster and a more accurate way take one */
+typedef enum {
+    zkrAlgHintNone     = 0, /* the library's choice */
+    zkrAlgHintFast     = 1, /* fastest, may lose precision */
+    zkrAlgHintAccurate = 2  /* most accurate */
+} ZkrHintAlgorithm;
 
 /* ---- processor types -------------------------------------------------- */
 typedef enum {

@@ -78,6 +78,11 @@ ZkrStatus zkrGetNumThreads(int* pNumThr) {
 
 const char* zkrGetStatusString(ZkrStatus sts) {
     switch (sts) {
+        case zkrStsLnNegArg:              return "Warning: logarithm of a negative value";
+        case zkrStsLnZeroArg:             return "Warning: logarithm of zero";
+        case zkrStsDivByZero:             return "Warning: division by zero";
+        case zkrStsSqrtNegArg:            return "Warning: square root of a negative value";
+        case zkrStsDoubleSize:            return "Warning: size not even where the function needs it";
         case zkrStsThreadsOversubscribed: return "Warning: more threads requested than the processor has cores";
         case zkrStsNoErr:                 return "No errors";
         case zkrStsBadArgErr:             return "Argument out of its range";
@@ -86,6 +91,16 @@ const char* zkrGetStatusString(ZkrStatus sts) {
         case zkrStsStepErr:               return "Step not positive, shorter than a row, or not a multiple of the element size";
         case zkrStsCpuNotSupportedErr:    return "Processor does not support the requested instruction set";
         case zkrStsNumThreadsErr:         return "Number of threads less than one";
+        case zkrStsMaskSizeErr:           return "Mask size not positive or too large";
+        case zkrStsAnchorErr:             return "Anchor outside the mask";
+        case zkrStsFftOrderErr:           return "Transform order out of range";
+        case zkrStsFftFlagErr:            return "Unknown normalisation flag";
+        case zkrStsInterpolationErr:      return "Unknown interpolation mode";
+        case zkrStsResizeFactorErr:       return "Scaling factor not positive or out of range";
+        case zkrStsContextMatchErr:       return "Specification structure of another kind or not initialised";
+        case zkrStsMemAllocErr:           return "Not enough memory";
+        case zkrStsHintErr:               return "Unknown algorithm hint";
+        case zkrStsRangeErr:              return "Range empty or reversed";
     }
     return "Unknown status";
 }
