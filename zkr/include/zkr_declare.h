@@ -9,8 +9,10 @@
 extern "C" {
 #endif
 #define ZKR_FN(name, form, ...) ZKR_DECLARE(name, form, __VA_ARGS__)
+#define ZKR_FN_AUX(name, form, ...) ZKR_DECLARE(name, form, __VA_ARGS__)
 #include ZKR_TABLE
 #undef ZKR_FN
+#undef ZKR_FN_AUX
 #ifdef __cplusplus
 }
 #endif

@@ -36,8 +36,10 @@ ZKR_API const ZkrLibraryVersion* zkriGetLibVersion(void);
  *                  Zkr8u* pDst, int dstStep, ZkriSize roiSize, int scaleFactor);
  */
 #define ZKR_FN(name, form, ...) ZKR_DECLARE(name, form, __VA_ARGS__)
+#define ZKR_FN_AUX(name, form, ...) ZKR_DECLARE(name, form, __VA_ARGS__)
 #include "zkri_tables.h"
 #undef ZKR_FN
+#undef ZKR_FN_AUX
 
 #ifdef __cplusplus
 }

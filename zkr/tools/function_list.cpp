@@ -11,8 +11,10 @@
 int main() {
     static const char* const rows[][3] = {
 #define ZKR_FN(name, form, ...) {#name, #form, ZKR_STR(__VA_ARGS__)},
+#define ZKR_FN_AUX(name, form, ...) {#name, #form, ZKR_STR(__VA_ARGS__) " (helper)"},
 #include "zkri_tables.h"
 #undef ZKR_FN
+#undef ZKR_FN_AUX
     };
     for (const auto& r : rows) std::printf("%s %s %s\n", r[0], r[1], r[2]);
     return 0;
