@@ -42,8 +42,7 @@ TEST(CpuReport, WholeReportInOrderAndHeaderSummary) {
                                 "Brand String   ", "    Processor Identification Signature\n\n", "Family   ",
                                 "\nModel    ", "\nStepping ", "\nMMX        ", "\nSSE        ", "\nSSE2       ",
                                 "\nSSE4.2     ", "\nx2APIC     ", "    Multi Threading Features\n\n",
-                                "\nLogical Processors ", "    Deterministic Cache Parameters\n", "\nCache Level       ",
-                                "\nCache Size Kb     ", "\nAssociativity     ", "    Extended L2 Cache Features\n\n",
+                                "\nLogical Processors ", "    Extended L2 Cache Features\n\n",
                                 "L2 Cache Size Kb       ", "\nL2 Cache Associativity ", "| Result:     OK"}))
         << r.out;
 
@@ -75,11 +74,24 @@ TEST(CpuReport, WholeReportInOrderAndHeaderSummary) {
         ++caches;
     }
     EXPECT_EQ(static_cast<size_t>(caches), r.count("\nCache Level       "));
-    EXPECT_GE(caches, 1);
     ASSERT_TRUE(std::regex_search(r.out, m, std::regex("Max cache size (\\d+) K"))) << r.out;
-    EXPECT_EQ(std::stoll(m[1]), largestKb);
+    const long long headerKb = std::stoll(m[1]);
     ASSERT_TRUE(std::regex_search(r.out, m, std::regex("\\| Largest cache : \\d+ MB \\((\\d+) bytes\\)"))) << r.out;
-    EXPECT_EQ(std::stoll(m[1]), largestKb * 1024);
+    EXPECT_EQ(std::stoll(m[1]), headerKb * 1024);
+    // The cache section comes after the threading section and before the L2 one, only when the
+    // processor describes its caches by CPUID (some virtual machines report none there; the
+    // library then gives the largest cache from the operating system).
+    const std::size_t section = r.out.find("    Deterministic Cache Parameters\n");
+    if (section != std::string::npos) {
+        EXPECT_TRUE(inOrder(r.out, {"    Multi Threading Features\n\n", "    Deterministic Cache Parameters\n",
+                                    "\nCache Level       ", "\nCache Size Kb     ", "\nAssociativity     ",
+                                    "    Extended L2 Cache Features\n\n"}));
+        EXPECT_GE(caches, 1);
+        EXPECT_EQ(headerKb, largestKb);
+    } else {
+        EXPECT_EQ(caches, 0);
+        EXPECT_GT(headerKb, 0);
+    }
 
     // The one-line summary: processor name, count, clock rate, then the cache.
     EXPECT_TRUE(std::regex_search(r.out, std::regex(R"(\| Processor     : \S.*, (\d+x)?\d+(\.\d+)? (GHz|MHz), Max cache size)")))
