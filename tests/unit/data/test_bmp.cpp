@@ -149,8 +149,8 @@ INSTANTIATE_TEST_SUITE_P(
                       EncodedFile{"im_8_gray_5x5.bmp", 5, 5, 1}, EncodedFile{"im_8_color_13x7.bmp", 13, 7, 3},
                       EncodedFile{"im_8_color_7x4.bmp", 7, 4, 3}, EncodedFile{"im_24_13x7.bmp", 13, 7, 3},
                       EncodedFile{"im_24_7x6.bmp", 7, 6, 3}, EncodedFile{"im_32_13x7.bmp", 13, 7, 4}),
-    [](const auto& info) {
-        std::string n = info.param.name;
+    [](const auto& testInfo) {
+        std::string n = testInfo.param.name;
         return n.substr(0, n.find('.'));
     });
 

@@ -6,11 +6,11 @@
 #include "qmobject.h"
 #include "qmzkrenv.h"
 
-qmCacheIterator::qmCacheIterator(qmParameter& controlled, qmObject* watched, SetValueFunc setValue)
+qmCacheIterator::qmCacheIterator(qmParameter& controlled, qmObject* watched, SetValueFunc setter)
     : qmIterator_NSC<int>({0, 1}, "cacheIterator", "In-Outof-Cache"),
       m_parm(controlled),
       m_object(watched),
-      m_setValue(setValue) {}
+      m_setValue(setter) {}
 
 bool qmCacheIterator::nextValue() {
     if (!qmIterator_NSC<int>::nextValue()) return false;

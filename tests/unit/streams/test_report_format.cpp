@@ -15,7 +15,7 @@ std::string framedLine(qmReportFormat& fmt, const qmString& a, const qmString& b
 TEST(ReportFormat, SeparatorIs79CharactersAndNewLine) {
     const std::string sep = qmReportFormat::sepLine().str();
     ASSERT_EQ(sep.size(), 80u);
-    EXPECT_EQ(sep, "+" + std::string(77, '-') + "+\n");
+    EXPECT_EQ(sep, std::string("+").append(77, '-').append("+\n"));
 }
 
 TEST(ReportFormat, FirstAndLastLineSwitchTheFrame) {
@@ -23,7 +23,7 @@ TEST(ReportFormat, FirstAndLastLineSwitchTheFrame) {
     EXPECT_FALSE(fmt.framed());
     EXPECT_EQ(fmt.firstLine(), qmReportFormat::sepLine());
     EXPECT_TRUE(fmt.framed());
-    EXPECT_EQ(fmt.getLine("x").str(), "| x" + std::string(75, ' ') + "|\n");
+    EXPECT_EQ(fmt.getLine("x").str(), std::string("| x").append(75, ' ').append("|\n"));
     EXPECT_EQ(fmt.lastLine(), qmReportFormat::sepLine());
     EXPECT_FALSE(fmt.framed());
     // Unframed lines start with a blank and are neither padded nor closed.
@@ -35,18 +35,18 @@ TEST(ReportFormat, RightFrameOnlyWhileTheLineFits) {
     // Items ending at column 60: padded to 78 and closed.
     std::string line = framedLine(fmt, std::string(59, 'a'));
     ASSERT_EQ(line.size(), 80u);
-    EXPECT_EQ(line.substr(0, 61), "| " + std::string(59, 'a'));
+    EXPECT_EQ(line.substr(0, 61), std::string("| ").append(59, 'a'));
     EXPECT_EQ(line.substr(61, 17), std::string(17, ' '));
     EXPECT_EQ(line.substr(78), "|\n");
     // Up to column 77 the frame still closes the line at 78.
     line = framedLine(fmt, std::string(76, 'b'));
-    EXPECT_EQ(line, "| " + std::string(76, 'b') + "|\n");
+    EXPECT_EQ(line, std::string("| ").append(76, 'b').append("|\n"));
     // Running to column 78 leaves no room: no right frame.
     line = framedLine(fmt, std::string(77, 'c'));
-    EXPECT_EQ(line, "| " + std::string(77, 'c') + "\n");
+    EXPECT_EQ(line, std::string("| ").append(77, 'c').append("\n"));
     // Longer still: written whole, no frame, nothing cut.
     line = framedLine(fmt, std::string(90, 'd'));
-    EXPECT_EQ(line, "| " + std::string(90, 'd') + "\n");
+    EXPECT_EQ(line, std::string("| ").append(90, 'd').append("\n"));
 }
 
 TEST(ReportFormat, ItemAtAReachedColumnFollowsOneBlank) {
@@ -56,7 +56,7 @@ TEST(ReportFormat, ItemAtAReachedColumnFollowsOneBlank) {
     EXPECT_EQ(line.substr(0, 5), "| abc");
     // 10 characters at 33 end at 42, so the item for 34 goes after one blank at 44.
     line = framedLine(fmt, "", "0123456789", "X");
-    EXPECT_EQ(line.substr(0, 33), "|" + std::string(32, ' '));
+    EXPECT_EQ(line.substr(0, 33), std::string("|").append(32, ' '));
     EXPECT_EQ(line.substr(33, 12), "0123456789 X");
     EXPECT_EQ(line.size(), 80u);
     // A position just past the end is padded to, not blank-prefixed.
@@ -68,23 +68,23 @@ TEST(ReportFormat, ItemAtAReachedColumnFollowsOneBlank) {
 TEST(ReportFormat, EmptyItemsAreSkipped) {
     qmReportFormat fmt(1, 10, 20, R, R, R);
     const std::string line = framedLine(fmt, "", "", "z");
-    EXPECT_EQ(line.substr(0, 21), "|" + std::string(19, ' ') + "z");
+    EXPECT_EQ(line.substr(0, 21), std::string("|").append(19, ' ').append("z"));
 }
 
 TEST(ReportFormat, RightAlignedPlacement) {
     qmReportFormat fmt(R, R, R, R, R, R);
     // -79: a 3-character item starts at 75 and ends against the frame at 78.
     std::string line = framedLine(fmt, "abc");
-    EXPECT_EQ(line, "|" + std::string(74, ' ') + "abc|\n");
+    EXPECT_EQ(line, std::string("|").append(74, ' ').append("abc|\n"));
     fmt.lastLine();
-    EXPECT_EQ(fmt.getLine("abc").str(), " " + std::string(74, ' ') + "abc\n");
+    EXPECT_EQ(fmt.getLine("abc").str(), std::string(" ").append(74, ' ').append("abc\n"));
     // Any -p ends the item at column p - 2.
     qmString row = "|";
     qmReportFormat::setItem(row, "ab", -10);
     EXPECT_EQ(row.str(), "|      ab");
     // A second item for the same right edge cannot go back: it follows after one blank.
     line = framedLine(fmt, "abc", "de");
-    EXPECT_EQ(line, "|" + std::string(74, ' ') + "abc de\n");
+    EXPECT_EQ(line, std::string("|").append(74, ' ').append("abc de\n"));
 }
 
 TEST(ReportFormat, TooLongRightAlignedItemsAreDropped) {
@@ -98,7 +98,7 @@ TEST(ReportFormat, TooLongRightAlignedItemsAreDropped) {
     EXPECT_EQ(row.str(), "|");
     qmReportFormat fmt(1, R, R, R, R, R);
     const std::string line = framedLine(fmt, "left", std::string(79, 'x'));
-    EXPECT_EQ(line, "| left" + std::string(72, ' ') + "|\n");
+    EXPECT_EQ(line, std::string("| left").append(72, ' ').append("|\n"));
 }
 
 TEST(ReportFormat, ColumnsCountFromTheLastNewLine) {

@@ -115,7 +115,8 @@ qmList<qmString> qmString::split(char separator) const {
 }
 
 bool qmString::toInt(long long& v) const {
-    std::string t = trimmed().m_s;
+    const qmString trimmedText = trimmed();
+    const std::string& t = trimmedText.m_s;
     if (t.empty()) return false;
     // Decimal unless written with "0x": a value typed as "08" or "010" means eight or ten,
     // not an octal number (or, for "08", no number at all).

@@ -10,7 +10,7 @@
 
 namespace {
 
-class SizedObject : public qmObject {
+class SizedObject final : public qmObject {
 public:
     explicit SizedObject(int bytes) : qmObject("sized"), m_bytes(bytes) {}
     int objectSize() const override { return m_bytes; }
