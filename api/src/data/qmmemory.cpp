@@ -38,6 +38,12 @@ void qm_free(void* p) {
 }
 
 void* qm_malloc(void*& raw, int size, int align, int shift) {
+    // A block always starts inside its own allocation: a negative misalignment or shift has no
+    // place to go and is refused like a size that cannot be allocated.
+    if (align < 0 || shift < 0) {
+        raw = nullptr;
+        return nullptr;
+    }
     const int a = align % 64;
     long long total = static_cast<long long>(a) + size + shift + 64;
     raw = total > 0x7fffffff ? nullptr : qm_malloc(static_cast<int>(total));
@@ -194,7 +200,8 @@ void* qmVectorPlacement::allocate(int size, int align, void* owner) {
     void* p = qmMalloc(size, misalign, m_vectorShift, owner ? owner : MEM_OBJECT_IS_BUFFER);
     if (!p) return nullptr;
     ++m_vectorNum;
-    m_vectorShift += s_vectorShift;
-    if (m_vectorShift >= SHIFT_WRAP) m_vectorShift = 0;
+    // In long long: a shift set directly (not through the parameter's check) may be near INT_MAX.
+    const long long next = static_cast<long long>(m_vectorShift) + s_vectorShift;
+    m_vectorShift = next >= SHIFT_WRAP || next < 0 ? 0 : static_cast<int>(next);
     return p;
 }

@@ -29,22 +29,28 @@ auto readValue(Parm& p) {
     return p.value();
 }
 
-// The misalignment in units: stored modulo 64, keeping the sign of the value typed.
+// The misalignment in units: stored modulo 64. A negative value would place a buffer before the
+// start of its block, so it is refused ("Invalid value of VectorAlign = -5") like a value that is no
+// number at all.
 class qmVectorAlignParm : public qmDefault_NSC<int> {
 public:
     using qmDefault_NSC<int>::qmDefault_NSC;
     int validItem(qmString& item) override {
         const int v = stringToValue(item);
+        if (v < 0) item.setError();
         return v % 64;
     }
 };
 
-// The mutual shift in bytes: a multiple of 64 (the low six bits cleared).
+// The mutual shift in bytes: a multiple of 64 (the low six bits cleared). Shifts accumulate from
+// buffer to buffer and wrap at SHIFT_WRAP, so a negative shift (which would place buffers before
+// their blocks) and one of SHIFT_WRAP or more are refused.
 class qmVectorShiftParm : public qmDefault_NSC<int> {
 public:
     using qmDefault_NSC<int>::qmDefault_NSC;
     int validItem(qmString& item) override {
         const int v = stringToValue(item);
+        if (v < 0 || v >= qmVectorPlacement::SHIFT_WRAP) item.setError();
         return v & ~63;
     }
 };
