@@ -1,7 +1,9 @@
 #include "qmexception.h"
 
 // The buffers are fixed at 256 characters; longer texts are cut on purpose.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wformat-truncation"
+#endif
 
 #include <cstdio>
 

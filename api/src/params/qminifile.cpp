@@ -49,6 +49,8 @@ void qmIniFile::readLines(i_stream& in) {
     qmIniSection* current = nullptr;  // entries before any section line go to the unnamed one
     qmString raw;
     while (in.getline(raw)) {
+        // A line is text: it ends at a NUL byte, as it would when written back.
+        if (const size_t nul = raw.str().find('\0'); nul != std::string::npos) raw = qmString(raw.str().substr(0, nul));
         int slashes = raw.find("//");
         qmString comment = slashes < 0 ? qmString() : raw.mid(slashes + 2).trimmed();
         qmString line = (slashes < 0 ? raw : raw.left(slashes)).trimmed();

@@ -169,3 +169,24 @@ TEST_F(IniFile, EraseSectionAndDeleteKey) {
     ini.close();
     EXPECT_EQ(content(), "\n[A]\ny=2\n");
 }
+
+// Hostile files: a NUL byte ends the line's text (as it would when written back), and a line of
+// any length is read whole.
+TEST_F(IniFile, NulByteEndsTheLineAndLongLinesReadWhole) {
+    std::string text("[Quill\0junk]\nSize=64x64\n[B]\nKey=", 32);
+    const std::string longValue(100000, '7');
+    text += longValue + "\n";
+    put(text);
+    qmIniFile ini;
+    ASSERT_TRUE(ini.open(path(), true));
+    EXPECT_FALSE(ini.sectionExist(qmString(std::string("Quill\0junk]", 11))));
+    EXPECT_EQ(ini.read("B", "Key", "-"), longValue);
+    ini.write("C", "K", "1", "");
+    ini.close();
+    // Written back and read again: the same sections and values.
+    qmIniFile again;
+    ASSERT_TRUE(again.open(path(), false));
+    EXPECT_EQ(again.read("B", "Key", "-"), longValue);
+    EXPECT_EQ(again.read("C", "K", "-"), "1");
+    EXPECT_EQ(content().find('\0'), std::string::npos);
+}
