@@ -305,9 +305,11 @@ void qmTest::loopData() {
             }
         }
         step("flushData", [&] { flushData(); });
+        // An interrupted run ends the loop after the set just written; its line stays whole.
+        if (tsSignal::stopRequested()) break;
     } while (m_currentResult < QM_ACCURFAIL);
 
-    if (m_currentResult == QM_UNDEFINED) {
+    if (m_currentResult == QM_UNDEFINED && !tsSignal::stopRequested()) {
         g_ostrm << MSG_ERR << "-- Error while initialization of function data\n" << MSG_RESTORE;
         raiseResult(QM_DATAFAIL);
     }

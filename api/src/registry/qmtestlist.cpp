@@ -1,7 +1,11 @@
 // The test list: registration, sorting, selection, running and counting.
 #include "qmtestlist.h"
 
+#include <csignal>
+
 #include "qmconditions.h"
+#include "qmsignal.h"
+#include "qmstream.h"
 #include "qmtest.h"
 
 qmTestList* pTestList = nullptr;
@@ -72,16 +76,50 @@ void qmTestList::plus(int result) {
 
 bool qmTestList::runTests(qmConditions& conditions) {
     beforeAll();
+    bool stopped = false;
+    qmList<qmTest*> notRun;
     for (qmTest* t : m_tests) {
         if (!isSelected(t, conditions, true)) continue;
+        if (stopped) {
+            notRun.append(t);
+            continue;
+        }
         m_pCurrentTest = t;
         beforeTest();
         const qmResult r = t->run();
         afterTest(t);
         if (!(r == QM_UNDEFINED && t->result() == QM_OK)) plus(r);
         m_pCurrentTest = nullptr;
+        stopped = stopAfter(t);
     }
+    reportNotRun(notRun);
     return m_count[QM_FAIL] != 0;
+}
+
+// After a fault on a thread the framework did not start, the library's state (its workers, locks
+// and buffers) can no longer be trusted; after SIGINT or SIGTERM the user wants the run to end.
+// Either way the run stops here and closes in order.
+bool qmTestList::stopAfter(const qmTest* t) {
+    if (const int sig = tsSignal::foreignFault()) {
+        g_ostrm << MSG_ERR << "-- " << t->funcName() << ": fatal signal (" << tsSignal::getInfo(sig)
+                << ") on a thread the framework did not start; the library state cannot be trusted, the run stops\n"
+                << MSG_RESTORE_FLUSH;
+        return true;
+    }
+    if (const int sig = tsSignal::stopRequested()) {
+        g_ostrm << MSG_ERR << "-- Run interrupted by " << (sig == SIGINT ? "SIGINT" : sig == SIGTERM ? "SIGTERM" : "a signal")
+                << " during " << t->funcName() << "; the run stops\n" << MSG_RESTORE_FLUSH;
+        return true;
+    }
+    return false;
+}
+
+void qmTestList::reportNotRun(const qmList<qmTest*>& notRun) {
+    if (notRun.empty()) return;
+    m_notRun = static_cast<int>(notRun.size());
+    g_ostrm << MSG_ERR << "-- Tests not run: " << m_notRun << "\n";
+    for (const qmTest* t : notRun) g_ostrm << "--   not run: " << t->funcName() << "\n";
+    g_ostrm << MSG_RESTORE_FLUSH;
 }
 
 void qmTestList::selectCommonParms(qmConditions& conditions, qmList<qmParameter*>& common) {

@@ -10,6 +10,7 @@
 #include "qmistream.h"
 #include "qmmemory.h"
 #include "qmreport.h"
+#include "qmsignal.h"
 #include "qmtest.h"
 #include "qmtestlist.h"
 #include "qmtool.h"
@@ -170,6 +171,7 @@ bool qmSession::initSession() {
 
 
 int qmSession::run(int argc, char** argv) {
+    const qmStopScope stopOnInterrupt;  // SIGINT/SIGTERM end the run in order; a second one at once
     g_ostrm.setMsgLevel(MSG_PERF);
     if (g_ostrm.numOutputs() == 0) g_ostrm.addTerminal();
     setZkrEnvironment();

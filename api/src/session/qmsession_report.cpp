@@ -28,6 +28,7 @@ qmSummaryFacts summaryFacts() {
     for (int r = 0; r < QM_RESULT_COUNT; ++r) f.count[r] = pTestList->count(r);
     f.startTime = pTestList->m_startTime;
     f.endTime = pTestList->m_endTime;
+    f.notRun = pTestList->notRun();
     return f;
 }
 }  // namespace

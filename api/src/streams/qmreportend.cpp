@@ -36,6 +36,7 @@ qmReportEnd::qmReportEnd(const qmSummaryFacts& f) {
     add(".....-WARNING   ", number(warning));
     add(".....-BADSTSWRN ", number(badStsWrn));
     add("...Undefined    ", number(f.total - successes - fails - warnings));
+    if (f.notRun > 0) add(".Not run        ", number(f.notRun));
     add(".Total time     ", qmReportFormat::getTimeStr(seconds));
 }
 

@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include <unistd.h>
+
 qmOStream g_ostrm;
 qmCStream g_cstrm;
 qmCStream g_qstrm;
@@ -36,6 +38,21 @@ void io_stream::close() {
 void o_stream::write(const qmString& s) { std::fputs(s.c_str(), m_file ? m_file : stdout); }
 
 void o_stream::flush() { std::fflush(m_file ? m_file : stdout); }
+
+void o_stream::writeWhole(const qmString& s) {
+    FILE* f = m_file ? m_file : stdout;
+    std::fflush(f);
+    const std::string& text = s.str();
+    const char* p = text.data();
+    size_t left = text.size();
+    while (left > 0) {
+        const ssize_t n = ::write(fileno(f), p, left);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;  // disk full or closed: the stream reports nothing more than fputs would
+        p += n;
+        left -= static_cast<size_t>(n);
+    }
+}
 
 i_stream::~i_stream() {
     if (m_borrowed) m_file = nullptr;
@@ -192,10 +209,8 @@ qmString joinColumns(const qmString* colm, int filled, int n) {
 qmString qmCStream::rowText(int n) const { return joinColumns(m_colm, m_filled, n); }
 
 void qmCStream::writeRow(const qmString& row) {
-    for (o_stream* o : m_outputs) {
-        o->write(row + "\n");
-        o->flush();
-    }
+    const qmString line = row + "\n";
+    for (o_stream* o : m_outputs) o->writeWhole(line);
 }
 
 void qmCStream::tableOut(int n) { writeRow(rowText(n)); }
