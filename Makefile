@@ -1,10 +1,12 @@
 # Quillmark: `make run` builds, measures the main job's selection and writes its report; `make test` builds and runs every test.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
 JOBS       ?= 2
+WERROR     ?= OFF
 CMAKE_ARGS ?= -DCMAKE_BUILD_TYPE=Release
 
-.PHONY: all deps build run test test-asan fuzz clean
+.PHONY: all deps build run test test-asan test-tsan fuzz clean
 
 all: build
 
@@ -12,7 +14,7 @@ deps:
 	@tools/install-deps.sh
 
 build:
-	cmake -S . -B $(BUILD) $(CMAKE_ARGS)
+	cmake -S . -B $(BUILD) $(CMAKE_ARGS) -DQM_WERROR=$(WERROR)
 	cmake --build $(BUILD) -j$(JOBS)
 
 run: deps build
@@ -22,12 +24,19 @@ test: deps build
 	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
 
 test-asan: deps
-	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_SANITIZE=ON -DQM_BENCH=OFF
+	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_SANITIZE=ON -DQM_BENCH=OFF -DQM_WERROR=$(WERROR)
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	cd $(ASAN_BUILD) && ctest --output-on-failure -j$(JOBS)
+
+# The library and its tests under ThreadSanitizer: the worker pool, thread-count changes between
+# calls and every family's threaded path.
+test-tsan:
+	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_TSAN=ON -DQM_BENCH=OFF -DQM_WERROR=$(WERROR)
+	cmake --build $(TSAN_BUILD) -j$(JOBS) --target qm_library_tests
+	cd $(TSAN_BUILD) && TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" ctest --output-on-failure -j$(JOBS) -E '_NOT_BUILT$$'
 
 fuzz:
 	tests/fuzz/run.sh
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD)

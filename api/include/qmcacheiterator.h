@@ -15,7 +15,7 @@ public:
     using SetValueFunc = bool (*)(qmParameter* parm, int target, int bound, bool fine);
     static constexpr int MAX_TRIES = 11;
 
-    qmCacheIterator(qmParameter& controlled, qmObject* watched, SetValueFunc setValue);
+    qmCacheIterator(qmParameter& controlled, qmObject* watched, SetValueFunc setter);
 
     bool nextValue() override;
     qmString valueToString(int mode) const override;
@@ -58,8 +58,8 @@ protected:
 template <class T>
 class qmCacheIteratorOf : public qmCacheIterator {
 public:
-    qmCacheIteratorOf(qmStepIterator<T>& controlled, qmObject* watched, SetValueFunc setValue = nullptr)
-        : qmCacheIterator(controlled, watched, setValue), m_controlled(controlled) {}
+    qmCacheIteratorOf(qmStepIterator<T>& controlled, qmObject* watched, SetValueFunc setter = nullptr)
+        : qmCacheIterator(controlled, watched, setter), m_controlled(controlled) {}
     // Scales v by a power of two (coarse) or by one doubling or halving (fine); false when the result
     // would be 0 or below, or would overflow.
     static bool updateValue(T& v, long long size, long long bound, bool fine);

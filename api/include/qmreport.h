@@ -159,6 +159,7 @@ struct qmSummaryFacts {
     int count[QM_RESULT_COUNT] = {};
     time_t startTime = 0;
     time_t endTime = 0;
+    int notRun = 0;  // selected tests a stopped run left out; shown only when there are any
 };
 
 class qmReportEnd {

@@ -43,6 +43,9 @@ public:
         : io_stream(name, append ? IO_OUTFILE | IO_WRITE | IO_APPEND : IO_OUTFILE | IO_WRITE, report) {}
     void write(const qmString& s);
     void flush();
+    // Writes the text with one system call after what is buffered (a table row: a run killed at
+    // any moment leaves each row whole or absent).
+    void writeWhole(const qmString& s);
 };
 
 class i_stream : public io_stream {

@@ -30,6 +30,8 @@ public:
     void plus(int result);
     int count(int result) const { return result >= 0 && result < QM_RESULT_COUNT ? m_count[result] : 0; }
     int total() const { return m_total; }
+    // Selected tests left out because the run was stopped (interrupted, or the library's state lost).
+    int notRun() const { return m_notRun; }
 
     time_t m_startTime = 0;
     time_t m_endTime = 0;
@@ -40,9 +42,12 @@ private:
     virtual void beforeAll() {}
     virtual void beforeTest() {}
     virtual void afterTest(qmTest*) {}
+    bool stopAfter(const qmTest* t);
+    void reportNotRun(const qmList<qmTest*>& notRun);
 
     qmList<qmTest*> m_tests;
     int m_total = 0;
+    int m_notRun = 0;
     int m_count[QM_RESULT_COUNT] = {};
 };
 

@@ -169,7 +169,9 @@ TEST_F(AllFixtures, PerTestSummaryTable) {
         EXPECT_EQ(t.at(i, "ExeName"), "qm_fixture_program");
         double secs = -1;
         EXPECT_TRUE(isNumber(t.at(i, "Time (sec.)"), &secs) && secs >= 0) << t.at(i, "Time (sec.)");
-        if (i > 0) EXPECT_LT(t.at(i - 1, "Function"), f) << "tests run sorted by function";
+        if (i > 0) {
+            EXPECT_LT(t.at(i - 1, "Function"), f) << "tests run sorted by function";
+        }
     }
 }
 

@@ -56,9 +56,9 @@ TEST(CpuReport, WholeReportInOrderAndHeaderSummary) {
     for (const char* flag : {"MMX", "SSE", "SSE2", "SSE3", "SSSE3", "SSE4.1", "SSE4.2", "x2APIC"}) {
         char head[16];
         std::snprintf(head, sizeof head, "%-11s", flag);
-        EXPECT_TRUE(std::regex_search(r.out, std::regex("\n" + std::regex_replace(std::string(head), std::regex("\\."), "\\.") +
-                                                        "[01] - \\S")))
-            << flag;
+        std::string pattern("\n");
+        pattern.append(std::regex_replace(std::string(head), std::regex("\\."), "\\.")).append("[01] - \\S");
+        EXPECT_TRUE(std::regex_search(r.out, std::regex(pattern))) << flag;
     }
     ASSERT_TRUE(std::regex_search(r.out, m, std::regex("\nLogical Processors (\\d+) - Number of logical processors")));
     EXPECT_GE(std::stoi(m[1]), 1);

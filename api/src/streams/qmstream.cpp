@@ -1,0 +1,313 @@
+#include "qmstream.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <unistd.h>
+
+qmOStream g_ostrm;
+qmCStream g_cstrm;
+qmCStream g_qstrm;
+qmCStream g_ustrm;
+qmCStream g_mstrm;
+qmTrace g_trace;
+
+// ---------------------------------------------------------------- files
+
+io_stream::io_stream(const qmString& name, int mode, bool report) : m_name(name) {
+    std::string how = (mode & IO_READ) ? "r" : (mode & IO_APPEND) ? "a" : "w";
+    if (mode & IO_BINARY) how += "b";
+    m_file = std::fopen(name.c_str(), how.c_str());
+    if (!m_file && report) {
+        const char* reason = std::strerror(errno);
+        g_ostrm.setMsgLevel(MSG_ERR);
+        g_ostrm << "-- Can't open file " << name
+                << ((mode & IO_READ) ? " to read" : (mode & IO_WRITE) ? " to write" : "") << ": " << reason
+                << "\n";
+        g_ostrm.restoreMsgLevel();
+    }
+}
+
+io_stream::~io_stream() { close(); }
+
+void io_stream::close() {
+    if (m_file) std::fclose(m_file);
+    m_file = nullptr;
+}
+
+void o_stream::write(const qmString& s) { std::fputs(s.c_str(), m_file ? m_file : stdout); }
+
+void o_stream::flush() { std::fflush(m_file ? m_file : stdout); }
+
+void o_stream::writeWhole(const qmString& s) {
+    FILE* f = m_file ? m_file : stdout;
+    std::fflush(f);
+    const std::string& text = s.str();
+    const char* p = text.data();
+    size_t left = text.size();
+    while (left > 0) {
+        const ssize_t n = ::write(fileno(f), p, left);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;  // disk full or closed: the stream reports nothing more than fputs would
+        p += n;
+        left -= static_cast<size_t>(n);
+    }
+}
+
+i_stream::~i_stream() {
+    if (m_borrowed) m_file = nullptr;
+}
+
+bool i_stream::getline(qmString& line) {
+    line = qmString();
+    if (!m_file) return false;
+    std::string s;
+    int c;
+    bool any = false;
+    while ((c = std::fgetc(m_file)) != EOF) {
+        any = true;
+        if (c == '\n') break;
+        s += static_cast<char>(c);
+    }
+    if (!s.empty() && s.back() == '\r') s.pop_back();
+    line = qmString(std::move(s));
+    return any;
+}
+
+o_stream* createOStream(const qmString& name, bool append) {
+    auto* s = new o_stream(name, append, true);
+    if (!s->isOpen()) {
+        delete s;
+        return nullptr;
+    }
+    return s;
+}
+
+// ---------------------------------------------------------------- console stream
+
+qmOStream::~qmOStream() { close(); }
+
+bool qmOStream::addStream(const qmString& name, bool append) {
+    o_stream* s = createOStream(name, append);
+    if (!s) return false;
+    m_outputs.append(s);
+    return true;
+}
+
+void qmOStream::addTerminal() { m_outputs.prepend(new o_stream()); }
+
+void qmOStream::setMsgLevel(int level) {
+    m_saved.append(m_msgLevel);
+    m_msgLevel = level;
+}
+
+void qmOStream::restoreMsgLevel() {
+    if (m_saved.empty()) {
+        m_msgLevel = ERR;
+        return;
+    }
+    m_msgLevel = m_saved.back();
+    m_saved.pop_back();
+}
+
+bool qmOStream::beginMessage(int level) {
+    if (level > m_outLevel) return false;
+    setMsgLevel(level);
+    return true;
+}
+
+void qmOStream::write(const qmString& s) {
+    if (!passes()) return;
+    for (o_stream* o : m_outputs) o->write(s);
+}
+
+void qmOStream::flush() {
+    for (o_stream* o : m_outputs)
+        if (o->handle()) o->flush();
+    std::fflush(stdout);
+}
+
+void qmOStream::close() {
+    flush();
+    for (o_stream* o : m_outputs) delete o;
+    m_outputs.clear();
+}
+
+qmOStream& qmOStream::operator<<(MessageLevel l) {
+    if (l == MSG_RESTORE) {
+        restoreMsgLevel();
+    } else if (l == MSG_RESTORE_FLUSH) {
+        restoreMsgLevel();
+        flush();
+    } else {
+        setMsgLevel(l);
+    }
+    return *this;
+}
+
+int qmLevelMask(const qmString& letters) {
+    int mask = 0;
+    for (char c : letters.str()) {
+        switch (c) {
+            case 'E': mask |= 1; break;
+            case 'W': mask |= 3; break;
+            case 'P': mask |= 7; break;
+            case 'I': mask |= 15; break;
+            case 'T': mask |= 23; break;
+            case 'M': mask |= 39; break;
+            case 'D': mask |= 71; break;
+            default: break;
+        }
+    }
+    return mask;
+}
+
+// ---------------------------------------------------------------- table streams
+
+qmCStream::~qmCStream() { close(); }
+
+bool qmCStream::addStream(const qmString& name, bool append) {
+    o_stream* s = createOStream(name, append);
+    if (!s) return false;
+    m_outputs.append(s);
+    return true;
+}
+
+void qmCStream::write(const qmString& s) {
+    if (s == "\n") {
+        lineOut(0);
+        return;
+    }
+    if (m_filled < MAX_COLUMNS) m_colm[m_filled++] = s;
+}
+
+void qmCStream::setColm(int index, const qmString& text) {
+    if (index < 0 || index >= MAX_COLUMNS) return;
+    m_colm[index] = text;
+    if (index >= m_filled) m_filled = index + 1;
+}
+
+void qmCStream::getColm(int index, qmString& text) const {
+    if (index < 0 || index >= MAX_COLUMNS) return;
+    text = m_colm[index];
+}
+
+namespace {
+// n columns of a row (0: as many as are filled), "-" for empty or unfilled ones.
+qmString joinColumns(const qmString* colm, int filled, int n) {
+    if (n <= 0) n = filled;
+    if (n > qmCStream::MAX_COLUMNS) n = qmCStream::MAX_COLUMNS;
+    qmString row;
+    for (int i = 0; i < n; ++i) {
+        if (i) row += ",";
+        row += (i < filled && !colm[i].empty()) ? colm[i] : qmString("-");
+    }
+    return row;
+}
+}  // namespace
+
+qmString qmCStream::rowText(int n) const { return joinColumns(m_colm, m_filled, n); }
+
+void qmCStream::writeRow(const qmString& row) {
+    const qmString line = row + "\n";
+    for (o_stream* o : m_outputs) o->writeWhole(line);
+}
+
+void qmCStream::tableOut(int n) { writeRow(rowText(n)); }
+
+void qmCStream::lineOut(int n) {
+    tableOut(n);
+    ++m_lines;
+    if (m_identWidth > 0) m_kept.emplace_back(m_colm, m_colm + m_identWidth);
+    tableFlush();
+}
+
+void qmCStream::tableFlush() {
+    for (auto& c : m_colm) c = qmString();
+    m_filled = 0;
+}
+
+void qmCStream::linePostpone() {
+    m_postponed.emplace_back(m_colm, m_colm + m_filled);
+    tableFlush();
+}
+
+// The postponed rows go out from their own store, so a row being filled meanwhile stays intact.
+void qmCStream::linePostponeOut(int n) {
+    for (const auto& row : m_postponed) writeRow(joinColumns(row.data(), static_cast<int>(row.size()), n));
+    m_postponed.clear();
+}
+
+void qmCStream::identicalLinesStart(int width) {
+    m_identWidth = width < 0 ? 0 : width > MAX_COLUMNS ? MAX_COLUMNS : width;
+    m_kept.clear();
+}
+
+bool qmCStream::identicalLinesStop() {
+    if (m_identWidth == 0 || m_kept.empty()) {
+        m_identWidth = 0;
+        m_kept.clear();
+        return false;
+    }
+    bool found = false;
+    const int first = m_lines - static_cast<int>(m_kept.size()) + 1;
+    for (size_t i = 0; i < m_kept.size() && !found; ++i) {
+        for (size_t j = i + 1; j < m_kept.size(); ++j) {
+            if (m_kept[i] == m_kept[j]) {
+                g_ostrm.setMsgLevel(MSG_WARN);
+                g_ostrm << " Performance table warning:\n"
+                        << " Lines " << first + static_cast<int>(i) << " & " << first + static_cast<int>(j)
+                        << " have identical parameters\n";
+                g_ostrm.restoreMsgLevel();
+                g_ostrm.flush();
+                found = true;
+                break;
+            }
+        }
+    }
+    m_identWidth = 0;
+    m_kept.clear();
+    return found;
+}
+
+void qmCStream::flush() {
+    for (o_stream* o : m_outputs) o->flush();
+}
+
+void qmCStream::close() {
+    for (o_stream* o : m_outputs) delete o;
+    m_outputs.clear();
+}
+
+// ---------------------------------------------------------------- tracer
+
+void qmTrace::emit(const qmString& line) {
+    g_ostrm.setMsgLevel(MSG_TRACE);
+    g_ostrm << line;
+    m_buffer += line;
+    flush();
+    g_ostrm.restoreMsgLevel();
+}
+
+void qmTrace::traceIn(const qmString& name) {
+    m_indent += "*";
+    // Lines are built only when the console shows tracing: steps run for every parameter line.
+    if (g_ostrm.outLevel() & TRACE) emit(m_indent + "*****" + " trace into   " + name + "\n");
+    m_names.append(name);
+}
+
+void qmTrace::traceOut(const qmString& name) {
+    if (g_ostrm.outLevel() & TRACE) emit(m_indent + "*****" + " trace out of " + name + "\n");
+    if (!m_indent.empty()) m_indent = m_indent.left(m_indent.length() - 1);
+    if (!m_names.empty() && m_names.back() == name) m_names.pop_back();
+}
+
+void qmTrace::flush() { m_buffer = qmString(); }
+
+void qmTrace::unwindTo(int depth) {
+    while (m_names.size() > depth) m_names.pop_back();
+    if (m_indent.length() > depth) m_indent = m_indent.left(depth);
+}
+
+void qmTraceScope::enter(const char* name) { g_trace.traceIn(name); }
+void qmTraceScope::leave(const char* name) { g_trace.traceOut(name); }
