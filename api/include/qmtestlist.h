@@ -26,6 +26,8 @@ public:
     // Whether a test passes the conditions and the -F start-from rule
     // (the start-from text is cleared by the first test that contains it when `consume` is set).
     bool isSelected(qmTest* t, qmConditions& conditions, bool consume);
+    // Tests a run with these conditions would run (for the progress line); changes nothing.
+    int countSelected(qmConditions& conditions) const;
 
     void plus(int result);
     int count(int result) const { return result >= 0 && result < QM_RESULT_COUNT ? m_count[result] : 0; }

@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "qmconditions.h"
+#include "qmprogress.h"
 #include "qmsignal.h"
 #include "qmstream.h"
 #include "qmtest.h"
@@ -74,16 +75,33 @@ void qmTestList::plus(int result) {
     if (qmIsFailure(result) && result != QM_FAIL) ++m_count[QM_FAIL];
 }
 
+int qmTestList::countSelected(qmConditions& conditions) const {
+    qmString start = m_startFunc;
+    int n = 0;
+    for (qmTest* t : m_tests) {
+        if (!t->tobeRun(conditions)) continue;
+        if (!start.empty()) {
+            if (!t->funcName().contains(start)) continue;
+            start = qmString();
+        }
+        ++n;
+    }
+    return n;
+}
+
 bool qmTestList::runTests(qmConditions& conditions) {
     beforeAll();
     bool stopped = false;
     qmList<qmTest*> notRun;
+    g_progress.begin(countSelected(conditions));
+    int number = 0;
     for (qmTest* t : m_tests) {
         if (!isSelected(t, conditions, true)) continue;
         if (stopped) {
             notRun.append(t);
             continue;
         }
+        g_progress.test(++number, t->funcName().str());
         m_pCurrentTest = t;
         beforeTest();
         const qmResult r = t->run();
@@ -92,6 +110,7 @@ bool qmTestList::runTests(qmConditions& conditions) {
         m_pCurrentTest = nullptr;
         stopped = stopAfter(t);
     }
+    g_progress.end();
     reportNotRun(notRun);
     return m_count[QM_FAIL] != 0;
 }

@@ -1,5 +1,7 @@
 #include "qmstream.h"
 
+#include "qmprogress.h"
+
 #include <cerrno>
 #include <cstring>
 
@@ -35,7 +37,16 @@ void io_stream::close() {
     m_file = nullptr;
 }
 
-void o_stream::write(const qmString& s) { std::fputs(s.c_str(), m_file ? m_file : stdout); }
+void o_stream::write(const qmString& s) {
+    if (m_file) {
+        std::fputs(s.c_str(), m_file);
+        return;
+    }
+    // The terminal: the progress line steps aside for console text.
+    g_progress.beforeConsoleWrite();
+    std::fputs(s.c_str(), stdout);
+    g_progress.afterConsoleWrite(s.str());
+}
 
 void o_stream::flush() { std::fflush(m_file ? m_file : stdout); }
 
