@@ -20,20 +20,7 @@
 // them, kept untyped: each timed call converts them to its function's
 // parameter types at compile time (zkr::bindArg). A family whose forms have
 // other parameters derives a bag with members of those names.
-struct zkImageArgs {
-    const void* pSrc = nullptr;
-    int srcStep = 0;
-    const void* pSrc1 = nullptr;
-    int src1Step = 0;
-    const void* pSrc2 = nullptr;
-    int src2Step = 0;
-    void* pDst = nullptr;
-    int dstStep = 0;
-    void* pSrcDst = nullptr;
-    int srcDstStep = 0;
-    ZkriSize roiSize{0, 0};
-    int scaleFactor = 0;
-};
+struct zkImageArgs : zkr::ImageArgs {};
 
 // Up to four elements of a function's element type (one per channel), set
 // from real and imaginary parts, converted with rounding and saturation.

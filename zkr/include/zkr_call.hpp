@@ -27,6 +27,24 @@ template <class To, class From> constexpr To bindArg(const From& v) {
     }
 }
 
+// The parameters of the image call forms of zkr_forms.h, untyped: a bag that
+// callers describing images generically fill and hand to ZKR_CALL. Families
+// whose forms have other parameters derive a bag with members of those names.
+struct ImageArgs {
+    const void* pSrc = nullptr;
+    int srcStep = 0;
+    const void* pSrc1 = nullptr;
+    int src1Step = 0;
+    const void* pSrc2 = nullptr;
+    int src2Step = 0;
+    void* pDst = nullptr;
+    int dstStep = 0;
+    void* pSrcDst = nullptr;
+    int srcDstStep = 0;
+    ZkriSize roiSize{0, 0};
+    int scaleFactor = 0;
+};
+
 }  // namespace zkr
 
 #define ZKR_X_BIND(bag, type, name) , ::zkr::bindArg<type>((bag).name)

@@ -35,11 +35,9 @@ ZKR_API const ZkrLibraryVersion* zkriGetLibVersion(void);
  *   ZkrStatus name(const Zkr8u* pSrc1, int src1Step, const Zkr8u* pSrc2, int src2Step,
  *                  Zkr8u* pDst, int dstStep, ZkriSize roiSize, int scaleFactor);
  */
-#define ZKR_FN(name, form, ...) ZKR_DECLARE(name, form, __VA_ARGS__)
-#define ZKR_FN_AUX(name, form, ...) ZKR_DECLARE(name, form, __VA_ARGS__)
-#include "zkri_tables.h"
-#undef ZKR_FN
-#undef ZKR_FN_AUX
+#define ZKR_TABLE "zkri_tables.h"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
 
 #ifdef __cplusplus
 }

@@ -11,23 +11,11 @@
 
 namespace zkrtest {
 
-// Every parameter name of the image call forms; a row's call (ZKR_CALL)
-// reads the members its form names. Families with other parameters derive
-// from it.
-struct Bag {
-    const void* pSrc = nullptr;
-    int srcStep = 0;
-    const void* pSrc1 = nullptr;
-    int src1Step = 0;
-    const void* pSrc2 = nullptr;
-    int src2Step = 0;
-    void* pDst = nullptr;
-    int dstStep = 0;
-    void* pSrcDst = nullptr;
-    int srcDstStep = 0;
+// The parameters of the image call forms and the constant of the const
+// forms; a row's call (ZKR_CALL) reads the members its form names. Families
+// with other parameters derive from it.
+struct Bag : zkr::ImageArgs {
     const void* value = nullptr;  // constants by value are read through this pointer too
-    ZkriSize roiSize{0, 0};
-    int scaleFactor = 0;
 };
 
 // True when a form's name ends with `suffix` ("_sfs") or starts with `prefix`.
