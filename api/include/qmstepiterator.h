@@ -73,8 +73,16 @@ public:
         return true;
     }
 
+    // A typed range may not sweep more values than a run could ever measure ("1; 2000000000; +1").
+    static constexpr long long s_maxRangeValues = 1000000;
+
     void translate(const qmString& definition) override {
-        if (translateStep(definition)) return;
+        if (translateStep(definition)) {
+            if (rangeValues(s_maxRangeValues + 1) > s_maxRangeValues)
+                throw qmException("Range of " + this->m_name + " = " + definition.trimmed() + " has more than " +
+                                  qmString::format("%lld", s_maxRangeValues) + " values");
+            return;
+        }
         qmIterator_NSC<T>::translate(definition);
         m_op = '?';
     }
@@ -166,6 +174,17 @@ private:
             Parts::set(next, i, r);
         }
         return true;
+    }
+
+    // The number of values the range sweeps, counted up to `limit`.
+    long long rangeValues(long long limit) const {
+        long long n = 1;
+        T v = m_first, next = m_first;
+        while (n < limit && advance(v, next) && withinLast(next)) {
+            v = next;
+            ++n;
+        }
+        return n;
     }
 
     bool withinLast(const T& v) const {

@@ -45,6 +45,9 @@ public:
     qmString mid(int pos) const { return substr(pos); }
 
     qmString trimmed() const;
+    // The text with control characters other than line end and tab shown as "\xNN", for echoing
+    // user input to a terminal.
+    qmString printable() const;
     qmString lower() const;
     qmString upper() const;
     // Path helpers: the file name without directories and extension, the directory with its

@@ -8,8 +8,11 @@
 #include <cstdio>
 
 qmException::qmException(const qmString& info) {
-    std::snprintf(m_info, sizeof m_info, "%s", info.c_str());
-    std::snprintf(m_msg, sizeof m_msg, "--ZKR. Exception: %s", info.c_str());
+    // User input quoted in a message may hold control characters (from -d, an ini-file or the
+    // console); shown as "\xNN" they cannot move the cursor or clear the terminal.
+    const qmString text = info.printable();
+    std::snprintf(m_info, sizeof m_info, "%s", text.c_str());
+    std::snprintf(m_msg, sizeof m_msg, "--ZKR. Exception: %s", text.c_str());
 }
 
 qmException::qmException(const char* signalDescription) {

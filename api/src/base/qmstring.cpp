@@ -140,3 +140,18 @@ bool qmString::toDouble(double& v) const {
     v = r;
     return true;
 }
+
+qmString qmString::printable() const {
+    std::string out;
+    for (const char ch : m_s) {
+        const auto c = static_cast<unsigned char>(ch);
+        if ((c < 0x20 && c != '\n' && c != '\t') || c == 0x7f) {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02X", c);
+            out += hex;
+        } else {
+            out += ch;
+        }
+    }
+    return qmString(std::move(out));
+}

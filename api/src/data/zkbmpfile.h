@@ -49,7 +49,6 @@ public:
     const FileHeader& fileHeader() const { return m_fileHeader; }
     const InfoHeader& infoHeader() const { return m_infoHeader; }
     bool swapped() const { return m_swapped; }
-    const unsigned char* paletteEntry(int i) const { return m_palette[i]; }
 
     // Header checks and the image layout they give; each false after error().
     bool ValidFileHeader(bool& swapped);

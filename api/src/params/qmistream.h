@@ -24,7 +24,6 @@ public:
     // The -d data list; a name given again replaces the earlier value.
     void addData(const qmString& name, const qmString& value);
     void clearData() { m_data.clear(); }
-    bool dataExist(const qmString& name) const { return m_data.count(name) != 0; }
 
     // Opens the ini-file (write: -I); false when it cannot be written, the file then not attached.
     bool setIniFile(const qmString& name, bool write);
@@ -36,13 +35,11 @@ public:
     // Selects the section of the function being measured. Under -I the section is created. False
     // when only listed functions are to be measured (-P) and the ini-file has no such section.
     bool setIniSection(const qmString& section);
-    const qmString& iniSection() const { return m_section; }
     void setSectionsOnly(bool on) { m_sectionsOnly = on; }
 
     // Name-only state: parameters are collected (and written to the -I file) but nothing is
-    // measured; on while an ini-file is open for writing, or when set for -Q.
-    void setNameOnly(bool on) { m_nameOnly = on; }
-    bool nameOnly() const { return m_nameOnly || isIniWrite(); }
+    // measured; on while an ini-file is open for writing (-I). -Q is the session's name-exit flag.
+    bool nameOnly() const { return isIniWrite(); }
 
     // The definition of a parameter: -d, else a non-empty ini value, else the console answer
     // (an empty answer or end of input takes the default), else the default. Under -I the chosen
@@ -60,7 +57,6 @@ private:
     qmIniFile* m_ini = nullptr;
     qmString m_section = QM_COMMON_SECTION;
     bool m_sectionsOnly = false;
-    bool m_nameOnly = false;
 };
 
 extern qmIStream g_istrm;

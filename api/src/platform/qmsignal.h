@@ -30,7 +30,6 @@ public:
     static int foreignFault() { return m_foreign; }
     // The stop signal received (SIGINT, SIGTERM), 0 when none.
     static int stopRequested() { return m_stop; }
-    static void clearStop() { m_stop = 0; }
     static void sig_stop(int sig);
 
     static sigjmp_buf m_jmpbuf;

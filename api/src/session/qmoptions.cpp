@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <cstring>
 
 #include "qmsession.h"
 #include "qmstream.h"
@@ -84,7 +85,7 @@ qmString qmSession::getExitInfo() {
 }
 
 void qmSession::applyOption(char key, const qmString& arg) {
-    m_echo << "-" << key << arg << ": ";
+    m_echo << "-" << key << arg.printable() << ": ";
     qmOption* o = getOption(key);
     if (!o) {
         m_echo += "ignored: incorrect option key\n";
@@ -92,7 +93,7 @@ void qmSession::applyOption(char key, const qmString& arg) {
     }
     const bool ignored = o->ignoredOnExit == -1 ? m_exitLevel == 2
                                                  : o->ignoredOnExit > 0 && isExit(o->ignoredOnExit);
-    m_echo += (ignored ? getExitInfo() : o->info(arg)) + "\n";
+    m_echo += (ignored ? getExitInfo() : o->info(arg).printable()) + "\n";
     o->apply(arg, this);
 }
 
@@ -137,6 +138,14 @@ bool qmSession::readCfgFile(qmString& line, qmString& fileName) {
         if (!f) continue;
         char buf[1024] = {};
         if (!std::fgets(buf, sizeof buf, f)) buf[0] = '\0';
+        // The command line is the first 1023 characters of the first line; say so when more was there.
+        const size_t len = std::strlen(buf);
+        if (len == sizeof buf - 1 && buf[len - 1] != '\n') {
+            const int next = std::fgetc(f);
+            if (next != EOF && next != '\n')
+                g_ostrm << MSG_ERR << "-- Warning: the first line of " << path
+                        << " is longer than 1023 characters; the rest of it is ignored\n" << MSG_RESTORE;
+        }
         std::fclose(f);
         line = qmString(buf).trimmed();
         fileName = path;

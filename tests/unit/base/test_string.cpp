@@ -3,6 +3,7 @@
 
 #include <unordered_set>
 
+#include "qmexception.h"
 #include "qmstring.h"
 
 namespace {
@@ -151,4 +152,13 @@ TEST(String, ErrorFlagIsNotPartOfTheText) {
     EXPECT_TRUE(set.contains(bad));
     bad.setError(false);
     EXPECT_FALSE(bad.error());
+}
+
+// Control characters of user input are shown escaped; line ends, tabs and other text stay.
+TEST(StringPrintable, ControlCharactersEscaped) {
+    EXPECT_EQ(qmString(std::string("64\x01x64\x1b[2J\x7f", 11)).printable(), "64\\x01x64\\x1B[2J\\x7F");
+    EXPECT_EQ(qmString(std::string("a\0b", 3)).printable(), "a\\x00b");
+    EXPECT_EQ(qmString("line\n\tnext").printable(), "line\n\tnext");
+    EXPECT_EQ(qmString("\xc3\xa9t\xc3\xa9").printable(), "\xc3\xa9t\xc3\xa9");
+    EXPECT_EQ(qmException(qmString("Size = \x1b")).info(), std::string("Size = \\x1B"));
 }

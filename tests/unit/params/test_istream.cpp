@@ -47,7 +47,6 @@ protected:
         g_istrm.clearData();
         g_istrm.setIniSection(QM_COMMON_SECTION);
         g_istrm.setSectionsOnly(false);
-        g_istrm.setNameOnly(false);
     }
     fs::path file(const char* ext) const { return fs::path(m_base.string() + ext); }
     // Console answers, one per line.

@@ -168,3 +168,23 @@ TEST(ParamScale, DefaultsFollowTheFunction) {
     EXPECT_EQ(sf.name(), "scaleFactor");
     EXPECT_EQ(walk(sf), (std::vector<int>{0, 1, 4}));
 }
+
+// A typed range is refused by name when it would sweep more than a million values; the limit itself
+// and geometric ranges over the whole int span are accepted.
+TEST(ParamStep, RangesOfMoreThanAMillionValuesAreRefused) {
+    qmStepIterator<int> p(1, "Len", "");
+    EXPECT_EQ(translateError(p, "1; 2000000000; +1"), "Range of Len = 1; 2000000000; +1 has more than 1000000 values");
+    EXPECT_EQ(translateError(p, "1; 1000001; +1"), "Range of Len = 1; 1000001; +1 has more than 1000000 values");
+    EXPECT_EQ(translateError(p, "1; 1000000; +1"), "");
+    EXPECT_EQ(p.first(), 1);
+    EXPECT_EQ(translateError(p, "1000000; 1; -1"), "");
+    EXPECT_EQ(translateError(p, "1; 2000000000; *2"), "");
+    qmStepIterator<double> d(0.0, "Sigma", "");
+    EXPECT_EQ(translateError(d, "0.5; 2000000; +1"), "Range of Sigma = 0.5; 2000000; +1 has more than 1000000 values");
+    zkSizeIterator s(ZkriSize{1, 1}, "Size", "");
+    // Both sides step together and the walk ends when either passes its limit.
+    EXPECT_EQ(translateError(s, "1x1; 2000000x2000000; +1"),
+              "Range of Size = 1x1; 2000000x2000000; +1 has more than 1000000 values");
+    EXPECT_EQ(translateError(s, "1x1; 2000000x8; +1"), "");
+    EXPECT_EQ(translateError(s, "1x1; 2000x2000; +1"), "");
+}
