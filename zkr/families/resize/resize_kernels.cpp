@@ -40,7 +40,7 @@ template <class T> inline T store(float v) {
 
 // Vertical pass: the float row of destination row y.
 template <class T, int Taps>
-void vpassFixed(const Job& j, const int* idx, const float* w, float* out) {
+void vpassFixed(const Job& j, const int* idx, const float* w, float* __restrict out) {
     const T* r0 = rowOf<T>(j.src, j.srcStep, idx[0]);
     const int n = j.srcLen;
     if constexpr (Taps == 1) {
@@ -87,14 +87,17 @@ void vpass(const Job& j, int y, float* out) {
     for (int i = 0; i < n; ++i) out[i] += float(r0[i]);
 }
 
-// Horizontal pass of one lane.
-template <class T, int Taps>
-void hpassFixed(const Lane& l, const float* row, T* d) {
+// Horizontal pass of one lane. Unit: one channel, packed (C1 and planes), which the
+// wider levels turn into gathers.
+template <class T, int Taps, bool Unit>
+void hpassFixed(const Lane& l, const float* __restrict row, T* __restrict d) {
     const AxisMap& m = *l.x;
-    const int s = l.stride, o = l.offset;
+    const int s = Unit ? 1 : l.stride, o = Unit ? 0 : l.offset;
+    const int* __restrict idxs = m.idx;
+    const float* __restrict ws = m.w;
     for (int x = 0; x < m.count; ++x) {
-        const int* idx = m.idx + std::ptrdiff_t(x) * Taps;
-        const float* w = m.w + std::ptrdiff_t(x) * Taps;
+        const int* idx = idxs + std::ptrdiff_t(x) * Taps;
+        const float* w = ws + std::ptrdiff_t(x) * Taps;
         const float a = row[idx[0] * s + o];
         float acc = 0.0f;
         for (int k = 1; k < Taps; ++k) acc += w[k] * (row[idx[k] * s + o] - a);
@@ -106,9 +109,9 @@ template <class T>
 void hpass(const Lane& l, const float* row, T* d) {
     const AxisMap& m = *l.x;
     switch (m.taps) {
-        case 1: hpassFixed<T, 1>(l, row, d); return;
-        case 2: hpassFixed<T, 2>(l, row, d); return;
-        case 4: hpassFixed<T, 4>(l, row, d); return;
+        case 1: l.stride == 1 ? hpassFixed<T, 1, true>(l, row, d) : hpassFixed<T, 1, false>(l, row, d); return;
+        case 2: l.stride == 1 ? hpassFixed<T, 2, true>(l, row, d) : hpassFixed<T, 2, false>(l, row, d); return;
+        case 4: l.stride == 1 ? hpassFixed<T, 4, true>(l, row, d) : hpassFixed<T, 4, false>(l, row, d); return;
         default: break;
     }
     const int s = l.stride, o = l.offset, taps = m.taps;
