@@ -52,7 +52,10 @@ TEST(ResizeModule, MeasuresEveryFunctionOverFactorsAndModes) {
         rows[f]++;
         EXPECT_EQ(t.at(i, "Result"), "OK") << f;
         EXPECT_EQ(t.at(i, "Unit"), "pxch");
+        // Parameter columns: size, x factor, y factor, mode.
         EXPECT_EQ(t.at(i, "Parm1"), "32x16");
+        EXPECT_EQ(t.at(i, "Parm3"), "0.5");
+        EXPECT_TRUE(t.at(i, "Parm4") == "NN" || t.at(i, "Parm4") == "Super") << t.at(i, "Parm4");
         double clocks = 0, usec = 0;
         ASSERT_TRUE(isNumber(t.at(i, "Clocks"), &clocks)) << t.at(i, "Clocks");
         ASSERT_TRUE(isNumber(t.at(i, "Time (usec)"), &usec));
@@ -68,5 +71,5 @@ TEST(ResizeModule, MeasuresEveryFunctionOverFactorsAndModes) {
         EXPECT_NEAR(pxch, width * 8 * channels, 0.03 * pxch) << f << " " << t.at(i, "Parm2");
     }
     EXPECT_EQ(rows.size(), 19u);
-    EXPECT_EQ(rows["zkriResizeYUV422_8u_C2R"], 4);
+    for (const auto& [f, n] : rows) EXPECT_EQ(n, 4) << f;
 }
