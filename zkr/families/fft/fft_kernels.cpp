@@ -177,10 +177,11 @@ void cToC(const Plan& p, Channel<const Zkr32fc> src, Channel<Zkr32fc> dst, bool 
             const Zkr32fc* s = rowOf(src.p, src.step, y);
             float* __restrict r = w.re + std::ptrdiff_t(p.revY[y]) * cw;
             float* __restrict i = w.im + std::ptrdiff_t(p.revY[y]) * cw;
+            // Bit reversal is its own inverse: gather each element from its reversed column.
             for (int x = 0; x < cw; ++x) {
-                const Zkr32fc v = s[std::ptrdiff_t(x) * src.stride];
-                r[p.revX[x]] = v.re;
-                i[p.revX[x]] = sign * v.im;
+                const Zkr32fc v = s[std::ptrdiff_t(p.revX[x]) * src.stride];
+                r[x] = v.re;
+                i[x] = sign * v.im;
             }
         }
     });
@@ -239,8 +240,9 @@ void rToPack(const Plan& p, Channel<const S> src, Channel<D> dst, double scale, 
             if (p.half) {
                 const std::ptrdiff_t st = src.stride;
                 for (int n = 0; n < cw; ++n) {
-                    r[p.revX[n]] = float(s[2 * n * st]);
-                    i[p.revX[n]] = float(s[(2 * n + 1) * st]);
+                    const std::ptrdiff_t at = 2 * std::ptrdiff_t(p.revX[n]) * st;
+                    r[n] = float(s[at]);
+                    i[n] = float(s[at + st]);
                 }
             } else {
                 r[0] = float(s[0]);
