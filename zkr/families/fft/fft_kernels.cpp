@@ -47,20 +47,6 @@ inline void butterflies(float* __restrict ar, float* __restrict ai, float* __res
     }
 }
 
-// The same with one twiddle for n elements (the column stages).
-inline void butterfliesScalarTwiddle(float* __restrict ar, float* __restrict ai, float* __restrict br,
-                                     float* __restrict bi, float wr, float wi, int n) {
-    for (int x = 0; x < n; ++x) {
-        const float tr = wr * br[x] - wi * bi[x];
-        const float ti = wr * bi[x] + wi * br[x];
-        const float xr = ar[x], xi = ai[x];
-        br[x] = xr - tr;
-        bi[x] = xi - ti;
-        ar[x] = xr + tr;
-        ai[x] = xi + ti;
-    }
-}
-
 // The first column stage: twiddle 1.
 inline void butterfliesPlain(float* __restrict ar, float* __restrict ai, float* __restrict br, float* __restrict bi,
                              int n) {
@@ -70,6 +56,43 @@ inline void butterfliesPlain(float* __restrict ar, float* __restrict ai, float* 
         ai[x] = xi + yi;
         br[x] = xr - yr;
         bi[x] = xi - yi;
+    }
+}
+
+// Two radix-2 stages at once (m and 2m) on the four quarters a0..a3 of a
+// group of 4m: the same operations in the same order as the two stages one
+// after the other, with one pass over the data instead of two. Twiddles per
+// element (the rows: w1 = stage m, w2 and w3 = stage 2m for the first and the
+// second half) or one per call (the columns, Scalar = true).
+template <bool Scalar>
+inline void radix4(float* __restrict r0, float* __restrict i0, float* __restrict r1, float* __restrict i1,
+                   float* __restrict r2, float* __restrict i2, float* __restrict r3, float* __restrict i3,
+                   const float* __restrict w1r, const float* __restrict w1i, const float* __restrict w2r,
+                   const float* __restrict w2i, const float* __restrict w3r, const float* __restrict w3i, int n) {
+    for (int x = 0; x < n; ++x) {
+        const int k = Scalar ? 0 : x;
+        // stage m: (a0, a1) and (a2, a3) with w1
+        float tr = w1r[k] * r1[x] - w1i[k] * i1[x];
+        float ti = w1r[k] * i1[x] + w1i[k] * r1[x];
+        const float b0r = r0[x] + tr, b0i = i0[x] + ti;
+        const float b1r = r0[x] - tr, b1i = i0[x] - ti;
+        tr = w1r[k] * r3[x] - w1i[k] * i3[x];
+        ti = w1r[k] * i3[x] + w1i[k] * r3[x];
+        const float b2r = r2[x] + tr, b2i = i2[x] + ti;
+        const float b3r = r2[x] - tr, b3i = i2[x] - ti;
+        // stage 2m: (b0, b2) with w2, (b1, b3) with w3
+        tr = w2r[k] * b2r - w2i[k] * b2i;
+        ti = w2r[k] * b2i + w2i[k] * b2r;
+        r0[x] = b0r + tr;
+        i0[x] = b0i + ti;
+        r2[x] = b0r - tr;
+        i2[x] = b0i - ti;
+        tr = w3r[k] * b3r - w3i[k] * b3i;
+        ti = w3r[k] * b3i + w3i[k] * b3r;
+        r1[x] = b1r + tr;
+        i1[x] = b1i + ti;
+        r3[x] = b1r - tr;
+        i3[x] = b1i - ti;
     }
 }
 
@@ -101,7 +124,14 @@ void fftRow(float* __restrict re, float* __restrict im, int n, const float* twr,
         re[1] = xr - re[1];
         im[1] = xi - im[1];
     }
-    for (int m = 4; m < n; m *= 2)
+    int m = 4;
+    for (; 2 * m < n; m *= 4)
+        for (int g = 0; g < n; g += 4 * m) {
+            radix4<false>(re + g, im + g, re + g + m, im + g + m, re + g + 2 * m, im + g + 2 * m, re + g + 3 * m,
+                          im + g + 3 * m, twr + m - 1, twi + m - 1, twr + 2 * m - 1, twi + 2 * m - 1, twr + 3 * m - 1,
+                          twi + 3 * m - 1, m);
+        }
+    if (m < n)
         for (int g = 0; g < n; g += 2 * m)
             butterflies(re + g, im + g, re + g + m, im + g + m, twr + m - 1, twi + m - 1, m);
 }
@@ -113,13 +143,22 @@ void fftColumns(float* re, float* im, std::ptrdiff_t stride, int h, int x0, int 
         const int n = x1 - c0 < kCacheColumns ? x1 - c0 : kCacheColumns;
         float* r = re + c0;
         float* i = im + c0;
-        for (int g = 0; g + 1 < h; g += 2)
-            butterfliesPlain(r + g * stride, i + g * stride, r + (g + 1) * stride, i + (g + 1) * stride, n);
-        for (int m = 2; m < h; m *= 2)
-            for (int g = 0; g < h; g += 2 * m)
+        int m = 1;
+        int stages = 0;
+        while ((1 << stages) < h) ++stages;
+        if (stages % 2 == 1) {
+            // An odd number of stages: the first on its own (twiddle 1), the rest in pairs.
+            for (int g = 0; g + 1 < h; g += 2)
+                butterfliesPlain(r + g * stride, i + g * stride, r + (g + 1) * stride, i + (g + 1) * stride, n);
+            m = 2;
+        }
+        for (; m < h; m *= 4)
+            for (int g = 0; g < h; g += 4 * m)
                 for (int j = 0; j < m; ++j) {
-                    const std::ptrdiff_t a = std::ptrdiff_t(g + j) * stride, b = a + std::ptrdiff_t(m) * stride;
-                    butterfliesScalarTwiddle(r + a, i + a, r + b, i + b, twr[m - 1 + j], twi[m - 1 + j], n);
+                    const std::ptrdiff_t a = std::ptrdiff_t(g + j) * stride, q = std::ptrdiff_t(m) * stride;
+                    radix4<true>(r + a, i + a, r + a + q, i + a + q, r + a + 2 * q, i + a + 2 * q, r + a + 3 * q,
+                                 i + a + 3 * q, twr + m - 1 + j, twi + m - 1 + j, twr + 2 * m - 1 + j, twi + 2 * m - 1 + j,
+                                 twr + 3 * m - 1 + j, twi + 3 * m - 1 + j, n);
                 }
     }
 }

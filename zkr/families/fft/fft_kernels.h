@@ -10,10 +10,11 @@
 //     after the forward transform (before the inverse one) separates the two
 //     half spectra and combines them into the spectrum of the real image;
 //   - real transforms of width 1: the column itself, imaginary parts zero.
-// The transform is a radix-2 decimation in time: the load pass writes the
-// data in bit-reversed order along both axes, the row stages transform every
-// row, the column stages every column (loops run along the rows, so they are
-// vector loops over contiguous data at every stage).
+// The transform is a decimation in time, its radix-2 stages done two at a
+// time: the load pass puts the data in bit-reversed order along both axes,
+// the row stages transform every row, the column stages every column (loops
+// run along the rows, so they are vector loops over contiguous data at every
+// stage).
 #pragma once
 
 #include <cstddef>
