@@ -3,7 +3,9 @@
 // Run by the build into zkr_functions.txt.
 #include <cstdio>
 
-#include "zkr_forms.h"
+// zkri.h first: tables may declare their families' types (under a guard), which must not
+// land inside the list below.
+#include "zkri.h"
 
 #define ZKR_STR_(...) #__VA_ARGS__
 #define ZKR_STR(...) ZKR_STR_(__VA_ARGS__)

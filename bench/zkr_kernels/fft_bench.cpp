@@ -1,0 +1,115 @@
+// Clocks per pixel of the two-dimensional FFT at order 8x8 (256 x 256) on every dispatch level of
+// this machine: the complex forward transform (zkriFFTFwd_CToC_32fc_C1R) and the real forward
+// transform to the packed spectrum (zkriFFTFwd_RToPack_32f_C1R), one thread. Beside the clocks,
+// the rate in flops per clock of processor time with the usual count of 5 N log2 N for N complex points (half of it
+// for a real image), so the levels can be compared with the vector width. cpu_clk/px counts only
+// the ticks the thread was running, which a machine shared with other work needs.
+#include <time.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <thread>
+#include <string>
+#include <vector>
+
+#include "bench_support.h"
+#include "zkri.h"
+
+namespace zkbench {
+namespace {
+
+constexpr int kOrder = 8;
+
+// Time-stamp counter ticks per nanosecond, from 20 ms of wall time.
+double tscPerNs() {
+    static const double rate = [] {
+        const auto n0 = std::chrono::steady_clock::now();
+        const std::uint64_t t0 = ticks();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        const std::uint64_t t1 = ticks();
+        const auto n1 = std::chrono::steady_clock::now();
+        return double(t1 - t0) / double(std::chrono::duration_cast<std::chrono::nanoseconds>(n1 - n0).count());
+    }();
+    return rate;
+}
+
+double threadCpuNs() {
+    timespec ts{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return double(ts.tv_sec) * 1e9 + double(ts.tv_nsec);
+}
+
+template <bool complex> void benchFft(benchmark::State& state, LevelInfo level) {
+    if (zkrInitCpu(level.type) != zkrStsNoErr) {
+        state.SkipWithError("level not supported by this processor");
+        return;
+    }
+    zkrSetNumThreads(1);
+    const int w = 1 << kOrder, h = 1 << kOrder;
+    const std::size_t n = std::size_t(w) * h;
+    int bytes = 0;
+    ZkriFFTSpec_C_32fc* specC = nullptr;
+    ZkriFFTSpec_R_32f* specR = nullptr;
+    const bool ok = complex ? zkriFFTInitAlloc_C_32fc(&specC, kOrder, kOrder, ZKR_FFT_DIV_INV_BY_N, zkrAlgHintNone) ==
+                                      zkrStsNoErr &&
+                                  zkriFFTGetBufSize_C_32fc(specC, &bytes) == zkrStsNoErr
+                            : zkriFFTInitAlloc_R_32f(&specR, kOrder, kOrder, ZKR_FFT_DIV_INV_BY_N, zkrAlgHintNone) ==
+                                      zkrStsNoErr &&
+                                  zkriFFTGetBufSize_R_32f(specR, &bytes) == zkrStsNoErr;
+    if (!ok) {
+        state.SkipWithError("specification not created");
+        return;
+    }
+    Buffer<Zkr8u> work(static_cast<std::size_t>(bytes));
+    const int comps = complex ? 2 : 1;
+    Buffer<Zkr32f> src(n * comps), dst(n * comps);
+    const int step = w * comps * int(sizeof(Zkr32f));
+    auto call = [&] {
+        if constexpr (complex)
+            return zkriFFTFwd_CToC_32fc_C1R(reinterpret_cast<const Zkr32fc*>(src.data()), step,
+                                            reinterpret_cast<Zkr32fc*>(dst.data()), step, specC, work.data());
+        else
+            return zkriFFTFwd_RToPack_32f_C1R(src.data(), step, dst.data(), step, specR, work.data());
+    };
+    if (call() != zkrStsNoErr) {
+        state.SkipWithError("call failed");
+    } else {
+        const double c0 = threadCpuNs();
+        const std::uint64_t t0 = ticks();
+        for (auto _ : state) {
+            call();
+            benchmark::ClobberMemory();
+        }
+        const std::uint64_t t1 = ticks();
+        const double c1 = threadCpuNs();
+        const double pixels = double(n) * double(state.iterations());
+        const double flops = 5.0 * double(n) * (2 * kOrder) / (complex ? 1 : 2) * double(state.iterations());
+        state.counters["clk/px"] = double(t1 - t0) / pixels;
+        // The same from the thread's processor time: on a shared machine, clocks it was really running.
+        const double cpuTicks = (c1 - c0) * tscPerNs();
+        state.counters["cpu_clk/px"] = cpuTicks / pixels;
+        state.counters["flop/cpu_clk"] = flops / cpuTicks;
+    }
+    zkriFFTFree_C_32fc(specC);
+    zkriFFTFree_R_32f(specR);
+    zkrInit();
+}
+
+bool registerRows() {
+    for (const LevelInfo& level : kLevels) {
+        if (zkrInitCpu(level.type) != zkrStsNoErr) continue;
+        const std::string suffix = std::string("/") + level.name + "/order8x8";
+        benchmark::RegisterBenchmark(("FFTFwd_CToC_32fc_C1R" + suffix).c_str(), &benchFft<true>, level)
+            ->Unit(benchmark::kMicrosecond);
+        benchmark::RegisterBenchmark(("FFTFwd_RToPack_32f_C1R" + suffix).c_str(), &benchFft<false>, level)
+            ->Unit(benchmark::kMicrosecond);
+    }
+    zkrInit();
+    return true;
+}
+
+[[maybe_unused]] const bool s_registered = registerRows();
+
+}  // namespace
+}  // namespace zkbench
