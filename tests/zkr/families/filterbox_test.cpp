@@ -232,10 +232,11 @@ template <class S> struct Call {
 };
 
 // Masks of every kernel path: the single element, the 3-element and 3x3 networks, even and odd
-// sizes (histogram and selection paths of the median), wide and tall, anchors at the centre and
-// at the corners.
+// sizes (histogram, selection network and, above 256 elements, selection paths of the median),
+// wide and tall, anchors at the centre and at the corners.
 const Mask kMasks[] = {{{3, 3}, {1, 1}}, {{1, 1}, {0, 0}}, {{3, 1}, {1, 0}}, {{1, 3}, {0, 2}}, {{3, 3}, {0, 2}},
-                       {{5, 5}, {2, 2}}, {{4, 2}, {3, 0}}, {{2, 5}, {0, 1}}, {{7, 3}, {6, 2}}};
+                       {{5, 5}, {2, 2}}, {{4, 2}, {3, 0}}, {{2, 5}, {0, 1}}, {{7, 3}, {6, 2}},
+                       {{17, 16}, {8, 15}}};
 
 struct Geometry {
     int width, height;

@@ -11,9 +11,11 @@
 // Max/Min: separable: a row pass over the mask width into a band buffer,
 //         then a column pass over the mask height.
 // Median: 3-element masks by min/max, 3x3 by a 19-exchange sorting network
-//         (both vectorised across the row); other masks by a running
-//         histogram per channel for 8u and by selection in a gathered window
-//         otherwise.
+//         (both vectorised across the row); other masks up to 8x8 by a
+//         selection network (a sorting network pruned to the median's
+//         exchanges) run over blocks of the row; larger masks by a running
+//         histogram per channel for 8u, by the selection network up to 256
+//         elements and by selection in a gathered window beyond for the others.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -339,13 +341,123 @@ template <class T> bool medianSelectRows(const FilterJob& j, int y0, int y1) {
     return true;
 }
 
+// Selection network for the median of `area` elements: Batcher's odd-even merge sort of the
+// next power of two, with the wires past `area` standing for padding larger than every element
+// (padding sorts last and leaves the element of rank r on wire r), reduced to what the median
+// needs. Values live in `area` storage slots: an exchange whose upper wire holds padding does
+// nothing and is dropped; one whose lower wire holds padding only moves the real value down, which
+// is a renaming of slots; the exchanges left are then pruned backwards to those that reach the
+// median's slot.
+struct Exchange {
+    std::uint16_t lo, hi;  // storage slots
+};
+
+inline constexpr int kNetworkMaxWires = 256;
+inline constexpr int kNetworkSmallMask = 64;
+
+// Writes the exchanges into `out` (room for the whole sorting network), returns their count and
+// the slot that holds the median afterwards.
+int medianNetwork(int area, Exchange* out, int& medianSlot) {
+    int n = 1;
+    while (n < area) n <<= 1;
+    int slot[kNetworkMaxWires];
+    bool pad[kNetworkMaxWires];
+    for (int w = 0; w < n; ++w) {
+        slot[w] = w;
+        pad[w] = w >= area;
+    }
+    int kept = 0;
+    for (int p = 1; p < n; p <<= 1)
+        for (int k = p; k >= 1; k >>= 1)
+            for (int j = k % p; j + k < n; j += 2 * k)
+                for (int i = 0; i < k && i + j + k < n; ++i) {
+                    if ((i + j) / (2 * p) != (i + j + k) / (2 * p)) continue;
+                    const int a = i + j, b = i + j + k;
+                    if (pad[b]) continue;
+                    if (pad[a]) {
+                        const int t = slot[a];
+                        slot[a] = slot[b];
+                        slot[b] = t;
+                        pad[a] = false;
+                        pad[b] = true;
+                        continue;
+                    }
+                    out[kept++] = {std::uint16_t(slot[a]), std::uint16_t(slot[b])};
+                }
+    medianSlot = slot[(area - 1) / 2];
+    bool needed[kNetworkMaxWires] = {};
+    needed[medianSlot] = true;
+    int first = kept;
+    for (int e = kept - 1; e >= 0; --e) {
+        const Exchange x = out[e];
+        if (!needed[x.lo] && !needed[x.hi]) continue;
+        needed[x.lo] = needed[x.hi] = true;
+        out[--first] = x;
+    }
+    const int used = kept - first;
+    for (int e = 0; e < used; ++e) out[e] = out[first + e];
+    return used;
+}
+
+// One exchange over a block of lanes (one lane per output component).
+template <class T> ZKR_NOINLINE void exchangeLanes(T* __restrict lo, T* __restrict hi, int lanes) {
+    for (int l = 0; l < lanes; ++l) {
+        const T a = lo[l], b = hi[l];
+        lo[l] = b < a ? b : a;
+        hi[l] = b < a ? a : b;
+    }
+}
+
+template <class T> bool medianNetworkRows(const FilterJob& j, int y0, int y1) {
+    constexpr int kLanes = 64;
+    const int ch = j.channels;
+    const int n = j.width * ch;
+    const int area = j.maskW * j.maskH;
+    int wires = 1;
+    while (wires < area) wires <<= 1;
+    const int maxExchanges = wires * 64;  // Batcher: fewer than n * log2(n)^2 / 4 + n
+    Scratch<Exchange> net{std::size_t(maxExchanges)};
+    Scratch<T> lanes{std::size_t(area) * kLanes};
+    Scratch<const T*> rows{std::size_t(j.maskH)};
+    const bool direct = j.active == ch;
+    Scratch<T> line{direct ? std::size_t(0) : std::size_t(n)};
+    if (!net || !lanes || !rows || !line) return false;
+    int medianSlot = 0;
+    const int exchanges = medianNetwork(area, net.get(), medianSlot);
+    for (int y = y0; y < y1; ++y) {
+        for (int r = 0; r < j.maskH; ++r) rows.get()[r] = srcRow<T>(j, y - j.anchorY + r);
+        T* d = dstRow<T>(j, y);
+        T* out = direct ? d : line.get();
+        for (int i0 = 0; i0 < n; i0 += kLanes) {
+            const int count = n - i0 < kLanes ? n - i0 : kLanes;
+            // Wire w of lane l: window element w of component i0 + l.
+            for (int r = 0; r < j.maskH; ++r)
+                for (int m = 0; m < j.maskW; ++m)
+                    copyInto(lanes.get() + std::size_t(r * j.maskW + m) * kLanes, rows.get()[r] + i0 + m * ch, count);
+            for (int e = 0; e < exchanges; ++e) {
+                const Exchange x = net.get()[e];
+                exchangeLanes(lanes.get() + std::size_t(x.lo) * kLanes, lanes.get() + std::size_t(x.hi) * kLanes,
+                              count);
+            }
+            copyInto(out + i0, lanes.get() + std::size_t(medianSlot) * kLanes, count);
+        }
+        if (!direct) storeRow(j, line.get(), d);
+    }
+    return true;
+}
+
 template <class T> bool medianRows(const FilterJob& j, int y0, int y1) {
     const int ch = j.channels;
     const int n = j.width * ch;
     const int area = j.maskW * j.maskH;
     const bool network = area == 1 || (area == 3 && (j.maskW == 3 || j.maskH == 3)) || (j.maskW == 3 && j.maskH == 3);
     if (!network) {
+        // The pruned network is the fastest up to 8x8 masks; beyond that 8u keeps a running
+        // histogram (cost linear in the mask height), the wider types the network up to 256
+        // elements, then selection.
+        if (area <= kNetworkSmallMask) return medianNetworkRows<T>(j, y0, y1);
         if constexpr (std::is_same_v<T, Zkr8u>) return medianHistogramRows(j, y0, y1);
+        else if (area <= kNetworkMaxWires) return medianNetworkRows<T>(j, y0, y1);
         else return medianSelectRows<T>(j, y0, y1);
     }
     const bool direct = j.active == ch;
