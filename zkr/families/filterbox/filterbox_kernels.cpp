@@ -8,8 +8,8 @@
 //         row in and one row out per output row, then a horizontal prefix sum
 //         gives every window sum by one subtraction; the cost does not depend
 //         on the mask size.
-// Max/Min: separable: a row pass over the mask width into a band buffer,
-//         then a column pass over the mask height.
+// Max/Min: separable: a row pass over the mask width into a ring of the
+//         last mask-height rows, then a column pass over the ring.
 // Median: 3-element masks by min/max, 3x3 by a 19-exchange sorting network
 //         (both vectorised across the row); other masks up to 8x8 by a
 //         selection network (a sorting network pruned to the median's
@@ -57,15 +57,15 @@ template <class T> inline T* dstRow(const FilterJob& j, int y) {
     return reinterpret_cast<T*>(static_cast<char*>(j.dst) + j.dstStep * y);
 }
 
-// Stores a computed row: all components, or the active channels of each pixel (AC4).
+// Stores a computed row: all components, or the three colour channels of each AC4 pixel.
 template <class T> inline void storeRow(const FilterJob& j, const T* __restrict from, T* __restrict to) {
     const int n = j.width * j.channels;
     if (j.active == j.channels) {
         for (int i = 0; i < n; ++i) to[i] = from[i];
         return;
     }
-    for (int i = 0; i < n; i += j.channels)
-        for (int c = 0; c < j.active; ++c) to[i + c] = from[i + c];
+    // AC4: a select per component keeps the alpha channel (every fourth) and vectorises.
+    for (int i = 0; i < n; ++i) to[i] = (i & 3) == 3 ? to[i] : from[i];
 }
 
 // ---- Box ------------------------------------------------------------------------
@@ -165,28 +165,33 @@ template <class T> ZKR_NOINLINE void copyInto(T* __restrict to, const T* __restr
     for (int i = 0; i < n; ++i) to[i] = from[i];
 }
 
+// The extreme over the mask width of one source row.
+template <class T, bool isMax> void rowPass(const FilterJob& j, int r, T* out) {
+    const int n = j.width * j.channels;
+    const T* in = srcRow<T>(j, r);
+    copyInto(out, in, n);
+    for (int m = 1; m < j.maskW; ++m) extremeInto<isMax>(out, in + m * j.channels, n);
+}
+
+// Row pass results of the last maskH source rows are kept in a ring; each output row adds one
+// and takes the extreme over the ring (the order of the rows does not matter).
 template <class T, bool isMax> bool extremeRows(const FilterJob& j, int y0, int y1) {
     const int ch = j.channels;
     const int n = j.width * ch;
-    const int rows = (y1 - y0) + j.maskH - 1;
+    const int h = j.maskH;
     const bool direct = j.active == ch;
-    Scratch<T> band{std::size_t(rows) * std::size_t(n)};
+    Scratch<T> ring{std::size_t(h) * std::size_t(n)};
     Scratch<T> line{direct ? std::size_t(0) : std::size_t(n)};
-    if (!band || !line) return false;
-    // Row pass: the extreme over the mask width of every source row the band needs.
-    for (int r = 0; r < rows; ++r) {
-        const T* in = srcRow<T>(j, y0 - j.anchorY + r);
-        T* out = band.get() + std::size_t(r) * n;
-        copyInto(out, in, n);
-        for (int m = 1; m < j.maskW; ++m) extremeInto<isMax>(out, in + m * ch, n);
-    }
-    // Column pass over the mask height.
+    if (!ring || !line) return false;
+    auto slot = [&](int k) { return ring.get() + std::size_t(k % h) * n; };
+    for (int k = 0; k < h - 1; ++k) rowPass<T, isMax>(j, y0 - j.anchorY + k, slot(k));
     for (int y = y0; y < y1; ++y) {
+        const int k = y - y0 + h - 1;
+        rowPass<T, isMax>(j, y - j.anchorY + h - 1, slot(k));
         T* d = dstRow<T>(j, y);
         T* acc = direct ? d : line.get();
-        const T* first = band.get() + std::size_t(y - y0) * n;
-        copyInto(acc, first, n);
-        for (int m = 1; m < j.maskH; ++m) extremeInto<isMax>(acc, first + std::size_t(m) * n, n);
+        copyInto(acc, slot(0), n);
+        for (int m = 1; m < h; ++m) extremeInto<isMax>(acc, slot(m), n);
         if (!direct) storeRow(j, line.get(), d);
     }
     return true;
