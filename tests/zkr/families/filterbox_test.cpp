@@ -259,10 +259,12 @@ template <class S> void checkAgainstReference(const FamilyCase& fc) {
     });
 }
 
-// An image above the splitting threshold gives the same result on 1, 2 and 3 threads, and it
-// matches the reference (the in-place forms read original values across band edges).
+// An image above the splitting threshold gives the same result on 1, 2 and 3 threads, and with
+// the centred 3x3 mask it matches the reference (the in-place forms read original values across
+// band edges); the off-centre mask only has to agree across the splits.
 template <class S> void checkThreadSplits(const FamilyCase& fc) {
     std::mt19937 rng(31);
+    bool checkReference = true;
     for (const Mask& m : {Mask{{3, 3}, {1, 1}}, Mask{{5, 4}, {1, 3}}}) {
         const Call<S> original(fc, 1100, 61, m, true, rng);
         std::vector<S> single;
@@ -271,13 +273,15 @@ template <class S> void checkThreadSplits(const FamilyCase& fc) {
             ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
             Call<S> call = original;
             if (threads == 1) {
-                call.runAndCheck();
+                if (checkReference) call.runAndCheck();
+                else ASSERT_EQ(call.fc->call(call.args()), zkrStsNoErr);
                 single = call.target().data;
             } else {
                 ASSERT_EQ(call.fc->call(call.args()), zkrStsNoErr);
                 EXPECT_TRUE(call.target().data == single) << "result depends on the thread split";
             }
         }
+        checkReference = false;
     }
 }
 
