@@ -3,11 +3,13 @@
 // which checks the arguments (pointers, size, steps, then mask and anchor),
 // describes the call as a FilterJob and runs the kernel of the level in force
 // over row bands.
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <type_traits>
+#include <vector>
 
 #include "checks.h"
 #include "filterbox_kernels.h"
@@ -33,6 +35,55 @@ ZkrStatus runJob(const FilterJob& j, Fop op, FType type) {
     return ok.load() ? zkrStsNoErr : zkrStsMemAllocErr;
 }
 
+// In place over row bands: a band overwrites its own rows only after they have left its window
+// (the kernel keeps them in a ring), but it also reads rows next to its edges that the neighbouring
+// bands overwrite. Those rows, mask height - 1 around every inner band edge, are copied before the
+// bands start and read from the copies.
+ZkrStatus runInPlace(FilterJob j, Fop op, FType type, int pixelBytes) {
+    const FilterFn fn = kernels().filter[int(type)][int(op)];
+    const int parts = bandsFor(std::int64_t(j.width) * j.height, j.height);
+    if (parts <= 1) return fn(j, 0, j.height) ? zkrStsNoErr : zkrStsMemAllocErr;
+
+    const int tableRows = j.height + j.maskH - 1;  // source rows -anchorY .. height + maskH - 2 - anchorY
+    const std::size_t rowBytes = std::size_t(j.width + j.maskW - 1) * std::size_t(pixelBytes);
+    std::vector<char> copied(std::size_t(tableRows), 0);
+    for (int k = 1; k < parts; ++k) {
+        const int edge = int(std::int64_t(j.height) * k / parts);
+        for (int r = edge - j.anchorY; r < edge + j.maskH - 1 - j.anchorY; ++r) copied[std::size_t(r + j.anchorY)] = 1;
+    }
+    const auto count = std::size_t(std::count(copied.begin(), copied.end(), 1));
+    std::unique_ptr<unsigned char[]> rows(new (std::nothrow) unsigned char[count * rowBytes + 1]);
+    std::unique_ptr<const void*[]> table(new (std::nothrow) const void*[std::size_t(tableRows)]);
+    if (!rows || !table) return zkrStsMemAllocErr;
+    const std::ptrdiff_t left = std::ptrdiff_t(j.anchorX) * pixelBytes;
+    std::size_t next = 0;
+    for (int t = 0; t < tableRows; ++t) {
+        table[std::size_t(t)] = nullptr;
+        if (!copied[std::size_t(t)]) continue;
+        const auto* row = static_cast<const unsigned char*>(j.src) + std::ptrdiff_t(t - j.anchorY) * j.srcStep - left;
+        unsigned char* to = rows.get() + next++ * rowBytes;
+        std::memcpy(to, row, rowBytes);
+        table[std::size_t(t)] = to + left;
+    }
+    j.origRows = table.get();
+
+    struct Ctx {
+        const FilterJob* job;
+        FilterFn fn;
+        std::atomic<bool> ok;
+    } ctx{&j, fn, {true}};
+    WorkerPool::instance().run(
+        parts,
+        [](void* p, int part, int n) {
+            auto& c = *static_cast<Ctx*>(p);
+            const int height = c.job->height;
+            const int y0 = int(std::int64_t(height) * part / n), y1 = int(std::int64_t(height) * (part + 1) / n);
+            if (!c.fn(*c.job, y0, y1)) c.ok.store(false, std::memory_order_relaxed);
+        },
+        &ctx);
+    return ctx.ok.load() ? zkrStsNoErr : zkrStsMemAllocErr;
+}
+
 template <class T, Layout L> FilterJob describe(ZkriSize roi, ZkriSize mask, ZkriPoint anchor) {
     FilterJob j;
     j.width = roi.width;
@@ -48,28 +99,19 @@ template <class T, Layout L> FilterJob describe(ZkriSize roi, ZkriSize mask, Zkr
 
 template <Fop op, Layout L, class A> ZkrStatus run(const A& a) {
     if constexpr (requires { a.pSrcDst; }) {
-        // In place: the source region (ROI and border) is copied first, so that every
-        // destination pixel is computed from original values whatever the band order.
         using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
         constexpr int px = Pixel<T, L>::bytes;
         if (const ZkrStatus s = checkArgs({a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, int(sizeof(T)));
             s != zkrStsNoErr)
             return s;
         if (const ZkrStatus s = checkMask(a.maskSize, a.anchor); s != zkrStsNoErr) return s;
-        const int rows = a.roiSize.height + a.maskSize.height - 1;
-        const std::size_t rowBytes = std::size_t(a.roiSize.width + a.maskSize.width - 1) * px;
-        std::unique_ptr<unsigned char[]> copy(new (std::nothrow) unsigned char[rowBytes * rows]);
-        if (!copy) return zkrStsMemAllocErr;
-        const auto* origin = reinterpret_cast<const unsigned char*>(a.pSrcDst) -
-                             std::ptrdiff_t(a.anchor.y) * a.srcDstStep - std::ptrdiff_t(a.anchor.x) * px;
-        for (int r = 0; r < rows; ++r)
-            std::memcpy(copy.get() + rowBytes * r, origin + std::ptrdiff_t(r) * a.srcDstStep, rowBytes);
         FilterJob j = describe<T, L>(a.roiSize, a.maskSize, a.anchor);
-        j.src = copy.get() + rowBytes * a.anchor.y + std::size_t(a.anchor.x) * px;
-        j.srcStep = std::ptrdiff_t(rowBytes);
+        j.src = a.pSrcDst;
+        j.srcStep = a.srcDstStep;
         j.dst = a.pSrcDst;
         j.dstStep = a.srcDstStep;
-        return runJob(j, op, FilterType<T>::id);
+        j.inPlace = true;
+        return runInPlace(j, op, FilterType<T>::id, px);
     } else {
         using T = std::remove_pointer_t<decltype(a.pDst)>;
         constexpr int px = Pixel<T, L>::bytes;

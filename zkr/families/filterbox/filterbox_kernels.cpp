@@ -51,6 +51,8 @@ private:
 // Row y of the source relative to the ROI (y may be negative: the border above),
 // moved left to the first column the mask reaches.
 template <class T> inline const T* srcRow(const FilterJob& j, int y) {
+    if (j.origRows)
+        if (const void* copy = j.origRows[y + j.anchorY]) return static_cast<const T*>(copy) - j.anchorX * j.channels;
     return reinterpret_cast<const T*>(static_cast<const char*>(j.src) + j.srcStep * y) - j.anchorX * j.channels;
 }
 template <class T> inline T* dstRow(const FilterJob& j, int y) {
@@ -66,6 +68,10 @@ template <class T> inline void storeRow(const FilterJob& j, const T* __restrict 
     }
     // AC4: a select per component keeps the alpha channel (every fourth) and vectorises.
     for (int i = 0; i < n; ++i) to[i] = (i & 3) == 3 ? to[i] : from[i];
+}
+
+template <class T> ZKR_NOINLINE void copyInto(T* __restrict to, const T* __restrict from, int n) {
+    for (int i = 0; i < n; ++i) to[i] = from[i];
 }
 
 // ---- Box ------------------------------------------------------------------------
@@ -130,16 +136,32 @@ template <class T> bool boxRows(const FilterJob& j, int y0, int y1) {
     const bool direct = j.active == ch;
     Scratch<A> col{std::size_t(cols)}, prefix{std::size_t(cols) + std::size_t(ch)};
     Scratch<T> line{direct ? std::size_t(0) : std::size_t(n)};
-    if (!col || !prefix || !line) return false;
+    // In place, the rows of the window are also kept in a ring: a row leaves the window after
+    // this band has overwritten it. Row y0 - anchorY + k lives in slot k % maskH.
+    Scratch<T> ring{j.inPlace ? std::size_t(j.maskH) * std::size_t(cols) : std::size_t(0)};
+    if (!col || !prefix || !line || !ring) return false;
+    auto slot = [&](int k) { return ring.get() + std::size_t(k % j.maskH) * std::size_t(cols); };
     std::memset(col.get(), 0, sizeof(A) * std::size_t(cols));
-    for (int r = 0; r < j.maskH; ++r) addRowKeys<T>(col.get(), srcRow<T>(j, y0 - j.anchorY + r), cols);
+    for (int r = 0; r < j.maskH; ++r) {
+        const T* in = srcRow<T>(j, y0 - j.anchorY + r);
+        addRowKeys<T>(col.get(), in, cols);
+        if (j.inPlace) copyInto(slot(r), in, cols);
+    }
     const long area = long(j.maskW) * j.maskH;
     const double inv = 1.0 / double(area);
     const auto half = std::uint32_t(area / 2);
     for (int y = y0; y < y1; ++y) {
-        if (y > y0)
-            slideRowKeys<T>(col.get(), srcRow<T>(j, y - j.anchorY + j.maskH - 1), srcRow<T>(j, y - j.anchorY - 1),
-                            cols);
+        if (y > y0) {
+            const int k = y - y0 + j.maskH - 1;  // the entering row's ring index
+            const T* in = srcRow<T>(j, y - j.anchorY + j.maskH - 1);
+            if (j.inPlace) {
+                T* leaving = slot(k);  // the entering row replaces the leaving one in the ring
+                slideRowKeys<T>(col.get(), in, leaving, cols);
+                copyInto(leaving, in, cols);
+            } else {
+                slideRowKeys<T>(col.get(), in, srcRow<T>(j, y - j.anchorY - 1), cols);
+            }
+        }
         prefixSums(prefix.get(), col.get(), cols, ch);
         T* d = dstRow<T>(j, y);
         T* out = direct ? d : line.get();
@@ -159,10 +181,6 @@ template <bool isMax, class T> inline T pick(T a, T b) {
 template <bool isMax, class T>
 ZKR_NOINLINE void extremeInto(T* __restrict acc, const T* __restrict in, int n) {
     for (int i = 0; i < n; ++i) acc[i] = pick<isMax>(acc[i], in[i]);
-}
-
-template <class T> ZKR_NOINLINE void copyInto(T* __restrict to, const T* __restrict from, int n) {
-    for (int i = 0; i < n; ++i) to[i] = from[i];
 }
 
 // The extreme over the mask width of one source row.

@@ -30,6 +30,11 @@ struct FilterJob {
     int active = 1;                // channels computed and written (AC4: 3)
     int maskW = 1, maskH = 1;      // mask size
     int anchorX = 0, anchorY = 0;  // anchor inside the mask
+    // In place (Box only): the destination is the source. Source rows other bands write are read
+    // from copies: origRows[r + anchorY] is the copy of row r (pointing at the ROI's first column),
+    // or null where the image row itself is read.
+    bool inPlace = false;
+    const void* const* origRows = nullptr;
 };
 
 // False when a work buffer could not be allocated (nothing is known of the band's rows then).
