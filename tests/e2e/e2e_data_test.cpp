@@ -168,7 +168,6 @@ TEST(Listing, AppliedAndNotAppliedLibraryFunctions) {
     std::smatch m;
     ASSERT_TRUE(std::regex_search(all.out, m, std::regex(R"(\| (\d+) applied, (\d+) not applied of (\d+) )"))) << all.out;
     const int applied = std::stoi(m[1]), notApplied = std::stoi(m[2]), exported = std::stoi(m[3]);
-    EXPECT_EQ(applied, 201);
     EXPECT_EQ(applied + notApplied, exported);
 
     static const std::regex row(R"(^\| (zkr\w+) +(applied|not applied)\|$)");
@@ -177,12 +176,20 @@ TEST(Listing, AppliedAndNotAppliedLibraryFunctions) {
         if (!std::regex_match(l, m, row)) continue;
         (m[2] == "applied" ? appliedRows : notAppliedRows).insert(m[1]);
     }
-    EXPECT_EQ(appliedRows.size(), 201u);
+    EXPECT_EQ(static_cast<int>(appliedRows.size()), applied);
     EXPECT_EQ(static_cast<int>(notAppliedRows.size()), notApplied);
-    for (const std::string& f : appliedRows)
-        EXPECT_TRUE(std::regex_match(f, std::regex("zkri(Add|Sub|AddC|SubC)_\\w+|zkriComplement_32s_C1IR"))) << f;
-    EXPECT_TRUE(appliedRows.count("zkriAdd_8u_C1RSfs"));
-    EXPECT_TRUE(appliedRows.count("zkriComplement_32s_C1IR"));
+    // Applied are exactly the measured rows of the family tables (the build's function list; helper
+    // rows, such as creating a transform's specification, are exported but measured by no test).
+    std::set<std::string> measured, helpers;
+    std::ifstream list(QM_FUNCTION_LIST);
+    ASSERT_TRUE(list) << QM_FUNCTION_LIST;
+    for (std::string line; std::getline(list, line);) {
+        const std::string name = line.substr(0, line.find(' '));
+        (line.find("(helper)") != std::string::npos ? helpers : measured).insert(name);
+    }
+    EXPECT_GE(measured.size(), 201u);
+    EXPECT_EQ(appliedRows, measured);
+    for (const std::string& h : helpers) EXPECT_EQ(notAppliedRows.count(h), 1u) << h;
 
     Outcome missing = quill("-e-");
     EXPECT_EQ(missing.status, 0);
