@@ -3,8 +3,13 @@
 //
 // The row loops are written for the auto-vectoriser: restrict pointers, one
 // statement per component, saturation by comparisons, alpha skipped by a
-// select on the component index. Square roots must not set errno so that
-// they compile to vector square-root instructions.
+// select on the component index. Square roots are the exception: the
+// compiler's square root keeps errno semantics (a branch per element), so
+// roots run in blocks: a vectorised pass prepares the arguments, square-root
+// instructions of the level's widest vectors take the block, and a
+// vectorised pass scales, rounds and stores.
+#include <immintrin.h>
+
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -17,8 +22,6 @@
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
 #endif
-
-#pragma GCC optimize("no-math-errno")
 
 namespace zkr::sqr::ZKR_LEVEL_NS {
 
@@ -37,7 +40,6 @@ template <> struct SquareType<Zkr16u> { using W = std::uint64_t; };
 // is never negative, so only the upper bound saturates.
 template <class S, Mode M> struct SqrInt {
     using W = typename SquareType<S>::W;
-    static constexpr bool kChecksSign = false;
     static constexpr W hi = W(std::numeric_limits<S>::max());
     int shift = 0;  // Down: right shift (clamped: larger shifts round every square to 0)
     W bias = 0;     // Down: 2^(shift-1) - 1
@@ -64,39 +66,12 @@ template <class S, Mode M> struct SqrInt {
     }
 };
 
-// sqrt(x) * 2^-sf rounded half to even and saturated; negative sources give 0.
-// Computed in double: the root of a 16-bit integer is exact enough there for
-// the rounding to be decided correctly at every scale factor.
-template <class S> struct SqrtInt {
-    static constexpr bool kChecksSign = std::is_signed_v<S>;
-    static constexpr double hi = double(std::numeric_limits<S>::max());
-    double mul = 1.0;
-    explicit SqrtInt(int sf) : mul(std::ldexp(1.0, sf > 64 ? -64 : (sf < -64 ? 64 : -sf))) {}
-    S operator()(S x) const {
-        const double v = std::sqrt(x < 0 ? 0.0 : double(x)) * mul;
-        const double c = v > hi ? hi : v;
-        // Adding and removing 2^52 rounds a value in [0, 2^52) to an integer,
-        // ties to even, in the default rounding mode.
-        const double r = (c + 0x1p52) - 0x1p52;
-        return S(std::int32_t(r));
-    }
-};
-
-// The root of a negative float is NaN (as the instruction gives it).
-struct Sqrt32f {
-    static constexpr bool kChecksSign = true;
-    explicit Sqrt32f(int) {}
-    Zkr32f operator()(Zkr32f x) const { return std::sqrt(x); }
-};
-
 struct Sqr32f {
-    static constexpr bool kChecksSign = false;
     explicit Sqr32f(int) {}
     Zkr32f operator()(Zkr32f x) const { return x * x; }
 };
 
 struct Abs16s {
-    static constexpr bool kChecksSign = false;
     explicit Abs16s(int) {}
     Zkr16s operator()(Zkr16s x) const {
         const std::int32_t a = x < 0 ? -std::int32_t(x) : std::int32_t(x);
@@ -105,37 +80,27 @@ struct Abs16s {
 };
 
 struct Abs32f {
-    static constexpr bool kChecksSign = false;
     explicit Abs32f(int) {}
-    Zkr32f operator()(Zkr32f x) const { return std::fabs(x); }
+    Zkr32f operator()(Zkr32f x) const { return __builtin_fabsf(x); }
 };
 
 // ---- row loops --------------------------------------------------------------
-// Each returns nonzero when a processed source component was negative (only
-// counted for operations that check the sign).
 
 template <class S, bool alpha, class F>
-ZKR_NOINLINE int loopNot(const S* __restrict s, S* __restrict d, std::ptrdiff_t n, F f) {
-    int neg = 0;
+ZKR_NOINLINE void loopNot(const S* __restrict s, S* __restrict d, std::ptrdiff_t n, F f) {
     for (std::ptrdiff_t i = 0; i < n; ++i) {
-        const S x = s[i];
         const bool skip = alpha && (i & 3) == 3;
-        if constexpr (F::kChecksSign) neg |= int(!skip && x < S(0));
-        d[i] = skip ? d[i] : f(x);
+        d[i] = skip ? d[i] : f(s[i]);
     }
-    return neg;
 }
 
 template <class S, bool alpha, class F>
-ZKR_NOINLINE int loopIn(S* __restrict d, std::ptrdiff_t n, F f) {
-    int neg = 0;
+ZKR_NOINLINE void loopIn(S* __restrict d, std::ptrdiff_t n, F f) {
     for (std::ptrdiff_t i = 0; i < n; ++i) {
         const S x = d[i];
         const bool skip = alpha && (i & 3) == 3;
-        if constexpr (F::kChecksSign) neg |= int(!skip && x < S(0));
         d[i] = skip ? x : f(x);
     }
-    return neg;
 }
 
 template <class S> inline S* rowOf(void* base, std::ptrdiff_t step, int y) {
@@ -152,26 +117,120 @@ template <class S, bool alpha, bool inPlace, class F> bool runRows(const UnaryJo
     const bool flat = j.dStep == rowBytes && (inPlace || j.sStep == rowBytes);
     const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
     const int yEnd = flat ? y0 + 1 : y1;
+    for (int y = y0; y < yEnd; ++y) {
+        S* d = rowOf<S>(j.d, j.dStep, y);
+        if constexpr (inPlace) loopIn<S, alpha>(d, len, f);
+        else loopNot<S, alpha>(rowOf<S>(j.s, j.sStep, y), d, len, f);
+    }
+    return false;  // only roots report negative sources
+}
+
+// ---- square roots in blocks ----------------------------------------------------
+
+inline constexpr int kSqrtBlock = 512;  // components; a multiple of 4 keeps alpha at i % 4 == 3
+
+// Square roots of n values in place with the widest vectors of the level.
+inline void sqrtBlock(float* v, int n) {
+    int i = 0;
+#if defined(__AVX512F__)
+    for (; i + 16 <= n; i += 16) _mm512_storeu_ps(v + i, _mm512_sqrt_ps(_mm512_loadu_ps(v + i)));
+#endif
+#if defined(__AVX__)
+    for (; i + 8 <= n; i += 8) _mm256_storeu_ps(v + i, _mm256_sqrt_ps(_mm256_loadu_ps(v + i)));
+#endif
+    for (; i + 4 <= n; i += 4) _mm_storeu_ps(v + i, _mm_sqrt_ps(_mm_loadu_ps(v + i)));
+    for (; i < n; ++i) _mm_store_ss(v + i, _mm_sqrt_ss(_mm_load_ss(v + i)));
+}
+
+inline void sqrtBlock(double* v, int n) {
+    int i = 0;
+#if defined(__AVX512F__)
+    for (; i + 8 <= n; i += 8) _mm512_storeu_pd(v + i, _mm512_sqrt_pd(_mm512_loadu_pd(v + i)));
+#endif
+#if defined(__AVX__)
+    for (; i + 4 <= n; i += 4) _mm256_storeu_pd(v + i, _mm256_sqrt_pd(_mm256_loadu_pd(v + i)));
+#endif
+    for (; i + 2 <= n; i += 2) _mm_storeu_pd(v + i, _mm_sqrt_pd(_mm_loadu_pd(v + i)));
+    for (; i < n; ++i) {
+        const __m128d x = _mm_load_sd(v + i);
+        _mm_store_sd(v + i, _mm_sqrt_sd(x, x));
+    }
+}
+
+// Float roots are taken in float; integer ones in double, where the root of
+// a 16-bit value is exact enough for the rounding to be decided correctly at
+// every scale factor.
+template <class S> using RootType = std::conditional_t<std::is_same_v<S, Zkr32f>, Zkr32f, Zkr64f>;
+
+// Arguments of a block; a negative integer becomes 0 (its root is 0), a
+// negative float stays (its root is NaN, as the instruction gives it).
+// Returns nonzero when a processed component was negative.
+template <class S, bool alpha>
+ZKR_NOINLINE int sqrtPrepare(const S* __restrict s, RootType<S>* __restrict r, int n) {
+    using R = RootType<S>;
+    int neg = 0;
+    for (int i = 0; i < n; ++i) {
+        const S x = s[i];
+        const bool skip = alpha && (i & 3) == 3;
+        if constexpr (std::is_signed_v<S> || std::is_floating_point_v<S>) neg |= int(!skip && x < S(0));
+        if constexpr (std::is_floating_point_v<S>) r[i] = x;
+        else r[i] = x < 0 ? R(0) : R(x);
+    }
+    return neg;
+}
+
+// Roots to results: float as they are; integers times 2^-sf, saturated, then
+// rounded half to even by adding and removing 2^52 (exact for values in
+// [0, 2^52) in the default rounding mode).
+template <class S, bool alpha>
+ZKR_NOINLINE void sqrtFinish(const RootType<S>* __restrict r, S* __restrict d, int n, double mul) {
+    for (int i = 0; i < n; ++i) {
+        const bool skip = alpha && (i & 3) == 3;
+        S v;
+        if constexpr (std::is_floating_point_v<S>) {
+            v = r[i];
+        } else {
+            constexpr double hi = double(std::numeric_limits<S>::max());
+            const double x = r[i] * mul;
+            const double c = x > hi ? hi : x;
+            v = S(std::int32_t((c + 0x1p52) - 0x1p52));
+        }
+        d[i] = skip ? d[i] : v;
+    }
+}
+
+template <class S, bool alpha, bool inPlace> bool sqrtRows(const UnaryJob& j, int y0, int y1) {
+    const int sf = j.scale > 64 ? 64 : (j.scale < -64 ? -64 : j.scale);
+    const double mul = std::ldexp(1.0, -sf);
+    const std::ptrdiff_t rowBytes = std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S));
+    const bool flat = j.dStep == rowBytes && (inPlace || j.sStep == rowBytes);
+    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
+    const int yEnd = flat ? y0 + 1 : y1;
+    alignas(64) RootType<S> roots[kSqrtBlock];
     int neg = 0;
     for (int y = y0; y < yEnd; ++y) {
         S* d = rowOf<S>(j.d, j.dStep, y);
-        if constexpr (inPlace) neg |= loopIn<S, alpha>(d, len, f);
-        else neg |= loopNot<S, alpha>(rowOf<S>(j.s, j.sStep, y), d, len, f);
+        const S* s = inPlace ? d : rowOf<S>(j.s, j.sStep, y);
+        for (std::ptrdiff_t x = 0; x < len; x += kSqrtBlock) {
+            const int n = int(len - x < kSqrtBlock ? len - x : kSqrtBlock);
+            neg |= sqrtPrepare<S, alpha>(s + x, roots, n);
+            sqrtBlock(roots, n);
+            sqrtFinish<S, alpha>(roots, d + x, n, mul);
+        }
     }
     return neg != 0;
 }
 
 template <class S, Kop op, bool alpha, bool inPlace> bool rows(const UnaryJob& j, int y0, int y1) {
-    if constexpr (std::is_same_v<S, Zkr32f>) {
+    if constexpr (op == Kop::Sqrt) {
+        return sqrtRows<S, alpha, inPlace>(j, y0, y1);
+    } else if constexpr (std::is_same_v<S, Zkr32f>) {
         if constexpr (op == Kop::Sqr) return runRows<S, alpha, inPlace>(j, y0, y1, Sqr32f(0));
-        else if constexpr (op == Kop::Sqrt) return runRows<S, alpha, inPlace>(j, y0, y1, Sqrt32f(0));
         else return runRows<S, alpha, inPlace>(j, y0, y1, Abs32f(0));
     } else if constexpr (op == Kop::Sqr) {
         if (j.scale == 0) return runRows<S, alpha, inPlace>(j, y0, y1, SqrInt<S, Mode::Exact>(0));
         if (j.scale > 0) return runRows<S, alpha, inPlace>(j, y0, y1, SqrInt<S, Mode::Down>(j.scale));
         return runRows<S, alpha, inPlace>(j, y0, y1, SqrInt<S, Mode::Up>(j.scale));
-    } else if constexpr (op == Kop::Sqrt) {
-        return runRows<S, alpha, inPlace>(j, y0, y1, SqrtInt<S>(j.scale));
     } else {
         static_assert(std::is_same_v<S, Zkr16s>, "Abs of this type is not in the family");
         return runRows<S, alpha, inPlace>(j, y0, y1, Abs16s(0));

@@ -64,7 +64,8 @@ template <class S, bool fast> ZKR_SCALAR void sumChunk(const RedJob& j, int y0, 
             const std::ptrdiff_t n = seg < j.rowLen - x ? seg : j.rowLen - x;
             laneSum(row + x, n, lanes);
             // x is a multiple of kLanes, so lane k still holds channel k % period.
-            for (int k = 0; k < kLanes; ++k) out.sum[k % j.period] += double(lanes[k]);
+            for (int k = 0; k < kLanes; k += j.period)
+                for (int c = 0; c < j.period; ++c) out.sum[c] += double(lanes[k + c]);
         }
     }
 }
@@ -116,10 +117,11 @@ ZKR_SCALAR void extremesChunk(const RedJob& j, int y0, int y1, ChunkOut& out) {
         S rowMin[kMaxChannels], rowMax[kMaxChannels];
         for (int c = 0; c < kMaxChannels; ++c) rowMin[c] = Limits<S>::highest, rowMax[c] = Limits<S>::lowest;
         laneMinMax<S, wantMin, wantMax>(row, j.rowLen, mn, mx);
-        for (int k = 0; k < kLanes; ++k) {
-            const int c = k % j.period;
-            rowMin[c] = mn[k] < rowMin[c] ? mn[k] : rowMin[c];
-            rowMax[c] = mx[k] > rowMax[c] ? mx[k] : rowMax[c];
+        for (int k = 0; k < kLanes; k += j.period) {
+            for (int c = 0; c < j.period; ++c) {
+                rowMin[c] = mn[k + c] < rowMin[c] ? mn[k + c] : rowMin[c];
+                rowMax[c] = mx[k + c] > rowMax[c] ? mx[k + c] : rowMax[c];
+            }
         }
         for (int c = 0; c < j.period; ++c) {
             // Strict comparisons keep the earliest row; firstIndex the earliest column.
@@ -175,13 +177,14 @@ template <class S> ZKR_SCALAR void qualityChunk(const RedJob& j, int y0, int y1,
     QualLanes<S> lanes;
     for (int y = y0; y < y1; ++y) {
         laneQuality(rowOf<S>(j.s, j.sStep, y), rowOf<S>(j.s2, j.s2Step, y), j.rowLen, lanes);
-        for (int k = 0; k < kLanes; ++k) {
-            const int c = k % j.period;
-            out.sx[c] += double(lanes.x[k]);
-            out.sy[c] += double(lanes.y[k]);
-            out.sxx[c] += double(lanes.xx[k]);
-            out.syy[c] += double(lanes.yy[k]);
-            out.sxy[c] += double(lanes.xy[k]);
+        for (int k = 0; k < kLanes; k += j.period) {
+            for (int c = 0; c < j.period; ++c) {
+                out.sx[c] += double(lanes.x[k + c]);
+                out.sy[c] += double(lanes.y[k + c]);
+                out.sxx[c] += double(lanes.xx[k + c]);
+                out.syy[c] += double(lanes.yy[k + c]);
+                out.sxy[c] += double(lanes.xy[k + c]);
+            }
         }
     }
 }
