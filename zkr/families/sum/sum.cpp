@@ -17,9 +17,12 @@ namespace {
 
 enum class Op { Sum, Mean, Min, Max, MinMax, MinIndx, MaxIndx, QualityIndex };
 
-// An image is reduced in at most kChunks chunks of rows, a fixed split for a
-// given height: float results are then the same on any number of threads.
+// An image is reduced in chunks of rows, a split fixed by the image's size
+// alone (float results are then the same on any number of threads): one
+// chunk per kChunkPixels pixels, at most kChunks and at most one per row.
+// Small images make one chunk, so they pay no per-chunk overhead.
 constexpr int kChunks = 64;
+constexpr std::int64_t kChunkPixels = 4096;
 
 template <class A> auto sourceOf(const A& a) {
     if constexpr (requires { a.pSrc1; }) return a.pSrc1;
@@ -96,9 +99,10 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     const Red red = redOf(op) == Red::Sum && fastHint(a) ? Red::SumFast : redOf(op);
     const ChunkFn fn = kernels().fn[int(ComponentType<T>::id)][int(red)];
     const int height = a.roiSize.height;
-    const int chunks = std::min(height, kChunks);
+    const std::int64_t pixels64 = std::int64_t(a.roiSize.width) * height;
+    const int chunks = int(std::clamp<std::int64_t>(pixels64 / kChunkPixels, 1, std::min(height, kChunks)));
     ChunkOut outs[kChunks];
-    forRowBands(std::int64_t(a.roiSize.width) * height, chunks, [&](int c0, int c1) {
+    forRowBands(pixels64, chunks, [&](int c0, int c1) {
         for (int c = c0; c < c1; ++c)
             fn(j, int(std::int64_t(height) * c / chunks), int(std::int64_t(height) * (c + 1) / chunks), outs[c]);
     });

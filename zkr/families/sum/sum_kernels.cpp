@@ -31,10 +31,6 @@ template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, 
     return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
 }
 
-// Integer lanes take at most kSegment components per lane before they are
-// folded: 32768 values of 16 bits fit a 32-bit lane.
-inline constexpr std::ptrdiff_t kSegment = std::ptrdiff_t(kLanes) * 32768;
-
 // ---- sums ---------------------------------------------------------------------
 
 // Lane type of a sum: 32-bit integers for integer images (exact within a
@@ -43,31 +39,51 @@ template <class S, bool fast> struct SumLane { using A = std::conditional_t<std:
 template <> struct SumLane<Zkr32f, true> { using A = Zkr32f; };
 template <> struct SumLane<Zkr32f, false> { using A = Zkr64f; };
 
-template <class S, class A> ZKR_NOINLINE void laneSum(const S* __restrict s, std::ptrdiff_t n, A* __restrict out) {
-    A acc[kLanes] = {};
+// Adds n components to the lanes (lane k takes components k, k + kLanes, ...).
+template <class S, class A> ZKR_NOINLINE void laneSum(const S* __restrict s, std::ptrdiff_t n, A* __restrict lanes) {
+    A acc[kLanes];
+    for (int k = 0; k < kLanes; ++k) acc[k] = lanes[k];
     std::ptrdiff_t i = 0;
     for (; i + kLanes <= n; i += kLanes)
         for (int k = 0; k < kLanes; ++k) acc[k] += A(s[i + k]);
     for (int k = 0; i + k < n; ++k) acc[k] += A(s[i + k]);
-    for (int k = 0; k < kLanes; ++k) out[k] = acc[k];
+    for (int k = 0; k < kLanes; ++k) lanes[k] = acc[k];
 }
 
+// Values a lane takes between two folds into the double channel sums:
+// 32-bit integer lanes stay exact up to 32768 values of 16 bits; float lanes
+// of the fast sum are folded often enough to keep their rounding small;
+// double lanes are folded once per chunk.
+template <class A> inline constexpr std::ptrdiff_t kFoldAfter =
+    std::is_same_v<A, Zkr64f> ? std::ptrdiff_t(1) << 40 : (std::is_same_v<A, Zkr32f> ? 256 : 32768);
+
+// Lanes run on from row to row (every row and every segment starts on lane 0
+// at a multiple of kLanes, so lane k always holds channel k % period) and are
+// folded into channels before they would overflow and at the end of the
+// chunk; rows longer than a lane's capacity are taken in segments.
 template <class S, bool fast> ZKR_SCALAR void sumChunk(const RedJob& j, int y0, int y1, ChunkOut& out) {
     using A = typename SumLane<S, fast>::A;
+    constexpr std::ptrdiff_t cap = kFoldAfter<A>;
     for (double& v : out.sum) v = 0.0;
-    // Float lanes run the whole row; integer lanes a segment at a time.
-    const std::ptrdiff_t seg = kFloat<S> ? std::ptrdiff_t(j.rowLen) : kSegment;
-    A lanes[kLanes];
+    A lanes[kLanes] = {};
+    std::ptrdiff_t pending = 0;  // values per lane since the last fold
+    auto fold = [&] {
+        for (int k = 0; k < kLanes; k += j.period)
+            for (int c = 0; c < j.period; ++c) out.sum[c] += double(lanes[k + c]), lanes[k + c] = A(0);
+        pending = 0;
+    };
+    const std::ptrdiff_t seg = cap * kLanes;
     for (int y = y0; y < y1; ++y) {
         const S* row = rowOf<S>(j.s, j.sStep, y);
         for (std::ptrdiff_t x = 0; x < j.rowLen; x += seg) {
             const std::ptrdiff_t n = seg < j.rowLen - x ? seg : j.rowLen - x;
+            const std::ptrdiff_t perLane = (n + kLanes - 1) / kLanes;
+            if (pending + perLane > cap) fold();
             laneSum(row + x, n, lanes);
-            // x is a multiple of kLanes, so lane k still holds channel k % period.
-            for (int k = 0; k < kLanes; k += j.period)
-                for (int c = 0; c < j.period; ++c) out.sum[c] += double(lanes[k + c]);
+            pending += perLane;
         }
     }
+    fold();
 }
 
 // ---- extremes -----------------------------------------------------------------
@@ -77,10 +93,11 @@ template <class S> struct Limits {
     static constexpr S highest = kFloat<S> ? std::numeric_limits<S>::infinity() : std::numeric_limits<S>::max();
 };
 
+// Takes n components into the lanes' minima and maxima.
 template <class S, bool wantMin, bool wantMax>
 ZKR_NOINLINE void laneMinMax(const S* __restrict s, std::ptrdiff_t n, S* __restrict mn, S* __restrict mx) {
     S lo[kLanes], hi[kLanes];
-    for (int k = 0; k < kLanes; ++k) lo[k] = Limits<S>::highest, hi[k] = Limits<S>::lowest;
+    for (int k = 0; k < kLanes; ++k) lo[k] = mn[k], hi[k] = mx[k];
     std::ptrdiff_t i = 0;
     for (; i + kLanes <= n; i += kLanes) {
         for (int k = 0; k < kLanes; ++k) {
@@ -104,36 +121,56 @@ template <class S> int firstIndex(const S* row, int width, int period, int c, S 
     return 0;
 }
 
+// Without positions the lanes run on over the whole chunk and are folded
+// once; with positions each row is folded to find where its extremes are.
 template <class S, bool wantMin, bool wantMax, bool index>
 ZKR_SCALAR void extremesChunk(const RedJob& j, int y0, int y1, ChunkOut& out) {
     const int width = j.rowLen / j.period;
     S mn[kLanes], mx[kLanes];
+    auto resetLanes = [&] {
+        for (int k = 0; k < kLanes; ++k) mn[k] = Limits<S>::highest, mx[k] = Limits<S>::lowest;
+    };
+    // Extremes of each channel over the lanes.
+    auto fold = [&](S (&lo)[kMaxChannels], S (&hi)[kMaxChannels]) {
+        for (int c = 0; c < kMaxChannels; ++c) lo[c] = Limits<S>::highest, hi[c] = Limits<S>::lowest;
+        for (int k = 0; k < kLanes; k += j.period) {
+            for (int c = 0; c < j.period; ++c) {
+                lo[c] = mn[k + c] < lo[c] ? mn[k + c] : lo[c];
+                hi[c] = mx[k + c] > hi[c] ? mx[k + c] : hi[c];
+            }
+        }
+    };
+    S lo[kMaxChannels], hi[kMaxChannels];
+    if constexpr (!index) {
+        resetLanes();
+        for (int y = y0; y < y1; ++y) laneMinMax<S, wantMin, wantMax>(rowOf<S>(j.s, j.sStep, y), j.rowLen, mn, mx);
+        fold(lo, hi);
+        for (int c = 0; c < kMaxChannels; ++c) {
+            out.min[c] = double(lo[c]), out.max[c] = double(hi[c]);
+            out.minX[c] = out.minY[c] = out.maxX[c] = out.maxY[c] = -1;
+        }
+        return;
+    }
     for (int c = 0; c < kMaxChannels; ++c) {
         out.min[c] = double(Limits<S>::highest), out.max[c] = double(Limits<S>::lowest);
         out.minX[c] = out.minY[c] = out.maxX[c] = out.maxY[c] = -1;
     }
     for (int y = y0; y < y1; ++y) {
         const S* row = rowOf<S>(j.s, j.sStep, y);
-        S rowMin[kMaxChannels], rowMax[kMaxChannels];
-        for (int c = 0; c < kMaxChannels; ++c) rowMin[c] = Limits<S>::highest, rowMax[c] = Limits<S>::lowest;
+        resetLanes();
         laneMinMax<S, wantMin, wantMax>(row, j.rowLen, mn, mx);
-        for (int k = 0; k < kLanes; k += j.period) {
-            for (int c = 0; c < j.period; ++c) {
-                rowMin[c] = mn[k + c] < rowMin[c] ? mn[k + c] : rowMin[c];
-                rowMax[c] = mx[k + c] > rowMax[c] ? mx[k + c] : rowMax[c];
-            }
-        }
+        fold(lo, hi);
         for (int c = 0; c < j.period; ++c) {
             // Strict comparisons keep the earliest row; firstIndex the earliest column.
-            if (wantMin && (out.minY[c] < 0 || double(rowMin[c]) < out.min[c])) {
-                out.min[c] = double(rowMin[c]);
+            if (wantMin && (out.minY[c] < 0 || double(lo[c]) < out.min[c])) {
+                out.min[c] = double(lo[c]);
                 out.minY[c] = y;
-                if constexpr (index) out.minX[c] = firstIndex(row, width, j.period, c, rowMin[c]);
+                out.minX[c] = firstIndex(row, width, j.period, c, lo[c]);
             }
-            if (wantMax && (out.maxY[c] < 0 || double(rowMax[c]) > out.max[c])) {
-                out.max[c] = double(rowMax[c]);
+            if (wantMax && (out.maxY[c] < 0 || double(hi[c]) > out.max[c])) {
+                out.max[c] = double(hi[c]);
                 out.maxY[c] = y;
-                if constexpr (index) out.maxX[c] = firstIndex(row, width, j.period, c, rowMax[c]);
+                out.maxX[c] = firstIndex(row, width, j.period, c, hi[c]);
             }
         }
     }
