@@ -1,0 +1,60 @@
+// Clocks per pixel of the Sum family's C1 reductions on every level: the
+// float sum with each algorithm hint, and the 8u minimum and maximum.
+#include "bench_support.h"
+#include "zkri.h"
+
+namespace zkbench {
+namespace {
+
+template <class T, class Call> void benchReduce(benchmark::State& state, LevelInfo level, ImageSize size, Call call) {
+    if (zkrInitCpu(level.type) != zkrStsNoErr) {
+        state.SkipWithError("level not supported by this processor");
+        return;
+    }
+    zkrSetNumThreads(1);
+    const std::size_t n = std::size_t(size.width) * size.height;
+    Buffer<T> a(n);
+    const int step = size.width * int(sizeof(T));
+    const ZkriSize roi{size.width, size.height};
+    if (call(a.data(), step, roi) != zkrStsNoErr) {
+        state.SkipWithError("call failed");
+        return;
+    }
+    const std::uint64_t t0 = ticks();
+    for (auto _ : state) {
+        call(a.data(), step, roi);
+        benchmark::ClobberMemory();
+    }
+    const std::uint64_t t1 = ticks();
+    const double pixels = double(n) * double(state.iterations());
+    state.counters["clk/px"] = double(t1 - t0) / pixels;
+    state.counters["mem_bound"] = double(sizeof(T)) / copyRate().bytesPerClock;
+    state.SetBytesProcessed(std::int64_t(pixels * sizeof(T)));
+    zkrInit();
+}
+
+Zkr64f g_sum;
+Zkr8u g_min, g_max;
+
+void sumFast(benchmark::State& s, LevelInfo l, ImageSize z) {
+    benchReduce<Zkr32f>(s, l, z, [](const Zkr32f* p, int step, ZkriSize roi) {
+        return zkriSum_32f_C1R(p, step, roi, &g_sum, zkrAlgHintFast);
+    });
+}
+void sumAccurate(benchmark::State& s, LevelInfo l, ImageSize z) {
+    benchReduce<Zkr32f>(s, l, z, [](const Zkr32f* p, int step, ZkriSize roi) {
+        return zkriSum_32f_C1R(p, step, roi, &g_sum, zkrAlgHintAccurate);
+    });
+}
+void minMax8u(benchmark::State& s, LevelInfo l, ImageSize z) {
+    benchReduce<Zkr8u>(s, l, z, [](const Zkr8u* p, int step, ZkriSize roi) {
+        return zkriMinMax_8u_C1R(p, step, roi, &g_min, &g_max);
+    });
+}
+
+[[maybe_unused]] const bool s_registered =
+    (registerPerLevel("Sum_32f_C1R_fast", &sumFast), registerPerLevel("Sum_32f_C1R_accurate", &sumAccurate),
+     registerPerLevel("MinMax_8u_C1R", &minMax8u), true);
+
+}  // namespace
+}  // namespace zkbench
