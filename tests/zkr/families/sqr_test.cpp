@@ -348,8 +348,10 @@ TEST_P(SqrFamily, StatusCodes) {
     walk([](const FamilyCase& c) { runners(c.comp).status(c); });
 }
 
+std::string formParamName(const testing::TestParamInfo<const char*>& param) { return param.param; }
+
 INSTANTIATE_TEST_SUITE_P(Zkri, SqrFamily, testing::Values("unary", "unary_i", "unary_sfs", "unary_i_sfs"),
-                         [](const testing::TestParamInfo<const char*>& info) { return std::string(info.param); });
+                         formParamName);
 
 // ---- square roots of negative values ------------------------------------------
 

@@ -393,10 +393,12 @@ TEST_P(SumFamily, StatusCodes) {
     walk([](const FamilyCase& c) { runners(c.comp).status(c); });
 }
 
+std::string formParamName(const testing::TestParamInfo<const char*>& param) { return param.param; }
+
 INSTANTIATE_TEST_SUITE_P(Zkri, SumFamily,
                          testing::Values("sum", "sum_hint", "mean", "mean_hint", "min", "max", "minmax", "min_indx",
                                          "max_indx", "quality"),
-                         [](const testing::TestParamInfo<const char*>& info) { return std::string(info.param); });
+                         formParamName);
 
 // ---- sums beyond 32 bits ------------------------------------------------------------
 
