@@ -58,7 +58,7 @@ template <bool complex> void benchFft(benchmark::State& state, LevelInfo level) 
                                       zkrStsNoErr &&
                                   zkriFFTGetBufSize_R_32f(specR, &bytes) == zkrStsNoErr;
     if (!ok) {
-        state.SkipWithError("specification not created");
+        state.SkipWithError("setup not created");
         return;
     }
     Buffer<Zkr8u> work(static_cast<std::size_t>(bytes));

@@ -179,7 +179,7 @@ TEST(Listing, AppliedAndNotAppliedLibraryFunctions) {
     EXPECT_EQ(static_cast<int>(appliedRows.size()), applied);
     EXPECT_EQ(static_cast<int>(notAppliedRows.size()), notApplied);
     // Applied are exactly the measured rows of the family tables (the build's function list; helper
-    // rows, such as creating a transform's specification, are exported but measured by no test).
+    // rows, such as creating a transform's setup, are exported but measured by no test).
     std::set<std::string> measured, helpers;
     std::ifstream list(QM_FUNCTION_LIST);
     ASSERT_TRUE(list) << QM_FUNCTION_LIST;

@@ -33,7 +33,7 @@ TEST(FftFamily, ListsEveryTransformUnderItsTestClass) {
                                                   {"zkriFFTInv_CToC", 2},
                                                   {"zkriFFTFwd_RToPack", 12},
                                                   {"zkriFFTInv_PackToR", 12}}));
-    // The specification helpers are library functions, not tests.
+    // The setup helpers are library functions, not tests.
     for (const std::string& n : names) EXPECT_EQ(n.find("InitAlloc"), std::string::npos) << n;
 }
 

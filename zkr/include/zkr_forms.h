@@ -12,7 +12,7 @@
  * where T... are the form's type arguments (most forms take one element
  * type). A table includes this header, may define forms of its own, and is
  * expanded by whoever includes it with ZKR_FN defined. Functions a family
- * offers beside the measured ones (creating and freeing a specification,
+ * offers beside the measured ones (creating and freeing a setup,
  * buffer sizes) are rows of ZKR_FN_AUX(name, form, T...): declared, defined
  * and exported like the others, never registered as tests. Whoever expands a
  * table that has such rows defines ZKR_FN_AUX too.

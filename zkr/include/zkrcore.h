@@ -70,7 +70,7 @@ typedef enum {
     zkrStsFftFlagErr            = -10,/* unknown normalisation flag */
     zkrStsInterpolationErr      = -11,/* unknown interpolation mode */
     zkrStsResizeFactorErr       = -12,/* scaling factor not positive or out of range */
-    zkrStsContextMatchErr       = -13,/* a specification structure of another kind or not initialised */
+    zkrStsContextMatchErr       = -13,/* a setup structure of another kind or not initialised */
     zkrStsMemAllocErr           = -14,/* not enough memory */
     zkrStsHintErr               = -15,/* unknown algorithm hint */
     zkrStsRangeErr              = -16 /* an argument's range is empty or reversed (lower bound above upper) */

@@ -7,7 +7,7 @@
 //                    each a list or a range of ints from 0 to ZKR_FFT_MAX_ORDER; default "6; 8"
 //   flag             the normalisation: DivInvByN (default), DivFwdByN, DivBySqrtN, NoDivByAny
 //   scaleFactor      the Sfs functions' scale factors (varies fastest)
-// The specification of the current orders and flag is created before the measurement and released
+// The setup of the current orders and flag is created before the measurement and released
 // after it (callInit, callFree); the work buffer is allocated with the images, so the timed span
 // holds the transform alone. Results are per processed channel element ("pxch"); the MFlops column
 // counts 5 N log2 N operations for an N-point complex transform, half of that for the real ones.
@@ -23,7 +23,7 @@
 
 namespace {
 
-// The image bag and the transform's specification and work buffer.
+// The image bag and the transform's setup and work buffer.
 struct zkFftArgs : zkImageArgs {
     const void* pSpec = nullptr;
     void* pBuffer = nullptr;
@@ -108,7 +108,7 @@ private:
     bool isComplex() const { return m_funcName.find("_CToC_") >= 0; }
     bool isForward() const { return m_funcName.find("FFTFwd") >= 0; }
 
-    // Creates the specification of the current orders and flag and the work buffer it needs.
+    // Creates the setup of the current orders and flag and the work buffer it needs.
     bool callInit() {
         const int flag = s_flag.value();
         int bytes = 0;

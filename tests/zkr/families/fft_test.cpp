@@ -84,9 +84,9 @@ const std::vector<FftCase>& familyCases() {
     return cases;
 }
 
-// ---- specifications ---------------------------------------------------------------------
+// ---- setups ---------------------------------------------------------------------
 
-// A specification of either kind with its work buffer, released with the object.
+// A setup of either kind with its work buffer, released with the object.
 class SpecHolder {
 public:
     SpecHolder(bool complex, int ox, int oy, int flag) : m_complex(complex) {
@@ -112,7 +112,7 @@ public:
     SpecHolder& operator=(const SpecHolder&) = delete;
 
     ZkrStatus status() const { return m_status; }
-    const void* spec() const { return m_complex ? static_cast<const void*>(m_c) : static_cast<const void*>(m_r); }
+    const void* setup() const { return m_complex ? static_cast<const void*>(m_c) : static_cast<const void*>(m_r); }
     Zkr8u* buffer() { return m_buffer.data(); }
 
 private:
@@ -271,7 +271,7 @@ template <class Sc, class Dc> struct Call {
         return v;
     }
 
-    FftBag bag(SpecHolder& spec, int sf) {
+    FftBag bag(SpecHolder& setup, int sf) {
         FftBag b;
         if (src) {
             b.pSrc = src->roi();
@@ -279,8 +279,8 @@ template <class Sc, class Dc> struct Call {
         }
         b.pDst = b.pSrcDst = dst.roi();
         b.dstStep = b.srcDstStep = dst.stepBytes();
-        b.pSpec = spec.spec();
-        b.pBuffer = spec.buffer();
+        b.pSpec = setup.setup();
+        b.pBuffer = setup.buffer();
         b.scaleFactor = sf;
         return b;
     }
@@ -315,11 +315,11 @@ template <class Sc, class Dc> struct Call {
     // Runs the function and checks every active channel against the reference, the untouched
     // alpha channel, the buffer outside the image and the source.
     void runAndCheck(int flag, int sf) {
-        SpecHolder spec(fc->complex(), ox, oy, flag);
-        ASSERT_EQ(spec.status(), zkrStsNoErr);
+        SpecHolder setup(fc->complex(), ox, oy, flag);
+        ASSERT_EQ(setup.status(), zkrStsNoErr);
         const Plane<Sc> inBefore = input();
         const Plane<Dc> dstBefore = dst;
-        ASSERT_EQ(fc->call(bag(spec, sf)), zkrStsNoErr);
+        ASSERT_EQ(fc->call(bag(setup, sf)), zkrStsNoErr);
         for (int c = 0; c < fc->active; ++c) {
             SCOPED_TRACE(testing::Message() << "channel " << c);
             const std::vector<double> want = expected(channel(inBefore.data, inBefore, c), flag, sf);
@@ -393,8 +393,8 @@ template <class Sc, class Dc> void checkScaleExtremes(const FftCase& fc) {
         SCOPED_TRACE(testing::Message() << "sf " << sf);
         Call<Sc, Dc> call(fc, 3, 2, true, rng);
         const Plane<Sc> in = call.input();
-        SpecHolder spec(false, 3, 2, ZKR_FFT_DIV_INV_BY_N);
-        ASSERT_EQ(fc.call(call.bag(spec, sf)), zkrStsNoErr);
+        SpecHolder setup(false, 3, 2, ZKR_FFT_DIV_INV_BY_N);
+        ASSERT_EQ(fc.call(call.bag(setup, sf)), zkrStsNoErr);
         for (int c = 0; c < fc.active; ++c) {
             const std::vector<double> ref = call.expected(call.channel(in.data, in, c), ZKR_FFT_DIV_INV_BY_N, 0, false);
             const std::vector<double> got = call.channel(call.dst.data, call.dst, c);
@@ -439,16 +439,16 @@ template <class Sc, class Dc> void checkRoundTrip(const FftCase& fwd) {
             Call<Sc, Dc> there(fwd, o.x, o.y, true, rng);
             const Plane<Sc> original = there.input();
             {
-                SpecHolder spec(fwd.complex(), o.x, o.y, useFlag);
-                ASSERT_EQ(fwd.call(there.bag(spec, 0)), zkrStsNoErr);
+                SpecHolder setup(fwd.complex(), o.x, o.y, useFlag);
+                ASSERT_EQ(fwd.call(there.bag(setup, 0)), zkrStsNoErr);
             }
             // The spectrum becomes the source of the inverse in the same buffers.
             Call<Dc, Sc> back(inv, o.x, o.y, false, rng);
             const int comps = fwd.complex() ? 2 : 1;
             for (int c = 0; c < fwd.active; ++c) back.setChannel(c, there.channel(there.dst.data, there.dst, c));
             {
-                SpecHolder spec(fwd.complex(), o.x, o.y, useFlag);
-                ASSERT_EQ(inv.call(back.bag(spec, 0)), zkrStsNoErr);
+                SpecHolder setup(fwd.complex(), o.x, o.y, useFlag);
+                ASSERT_EQ(inv.call(back.bag(setup, 0)), zkrStsNoErr);
             }
             const double scale = normalisation(useFlag, false, n) * normalisation(useFlag, true, n) * n;
             for (int c = 0; c < fwd.active; ++c) {
@@ -475,13 +475,13 @@ template <class Sc, class Dc> void checkThreadSplits(const FftCase& fc) {
     Call<Sc, Dc> call(fc, 9, 8, true, rng);
     ASSERT_GT(std::int64_t(call.w) * call.h, kSplitThreshold);
     const Call<Sc, Dc> original = call;
-    SpecHolder spec(fc.complex(), 9, 8, ZKR_FFT_DIV_FWD_BY_N);
+    SpecHolder setup(fc.complex(), 9, 8, ZKR_FFT_DIV_FWD_BY_N);
     std::vector<Dc> single;
     for (int threads : {1, 2, 3}) {
         SCOPED_TRACE(testing::Message() << threads << " threads");
         ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
         call = original;
-        ASSERT_EQ(fc.call(call.bag(spec, 1)), zkrStsNoErr);
+        ASSERT_EQ(fc.call(call.bag(setup, 1)), zkrStsNoErr);
         if (threads == 1) single = call.dst.data;
         else EXPECT_TRUE(call.dst.data == single) << "result depends on the thread split";
     }
@@ -492,9 +492,9 @@ template <class Sc, class Dc> void checkThreadSplits(const FftCase& fc) {
 template <class Sc, class Dc> void checkStatusCodes(const FftCase& fc) {
     std::mt19937 rng(99);
     Call<Sc, Dc> call(fc, 3, 2, true, rng);
-    SpecHolder spec(fc.complex(), 3, 2, ZKR_FFT_NODIV_BY_ANY);
+    SpecHolder setup(fc.complex(), 3, 2, ZKR_FFT_NODIV_BY_ANY);
     SpecHolder otherKind(!fc.complex(), 3, 2, ZKR_FFT_NODIV_BY_ANY);
-    const FftBag good = call.bag(spec, 0);
+    const FftBag good = call.bag(setup, 0);
     const std::vector<Dc> before = call.dst.data;
     auto expectStatus = [&](const FftBag& b, ZkrStatus want, const char* what) {
         EXPECT_EQ(fc.call(b), want) << what;
@@ -506,7 +506,7 @@ template <class Sc, class Dc> void checkStatusCodes(const FftCase& fc) {
     for (const void** p : inputs) {
         b = good;
         *p = nullptr;
-        expectStatus(b, zkrStsNullPtrErr, "null source or specification");
+        expectStatus(b, zkrStsNullPtrErr, "null source or setup");
     }
     b = good;
     b.pDst = b.pSrcDst = nullptr;
@@ -516,10 +516,10 @@ template <class Sc, class Dc> void checkStatusCodes(const FftCase& fc) {
     expectStatus(b, zkrStsNullPtrErr, "null buffer");
 
     b = good;
-    b.pSpec = otherKind.spec();
-    expectStatus(b, zkrStsContextMatchErr, "specification of the other kind");
+    b.pSpec = otherKind.setup();
+    expectStatus(b, zkrStsContextMatchErr, "setup of the other kind");
     b.dstStep = b.srcDstStep = 0;
-    expectStatus(b, zkrStsContextMatchErr, "specification checked before steps");
+    expectStatus(b, zkrStsContextMatchErr, "setup checked before steps");
 
     const int comps = fc.complex() ? 2 : 1;
     const int rowBytes = 8 * fc.channels * comps * int(sizeof(Dc));
@@ -673,14 +673,14 @@ TEST_F(FftSpecification, UnalignedWorkBuffer) {
     ASSERT_NE(fc, nullptr);
     std::mt19937 rng(3);
     Call<Zkr32f, Zkr32f> call(*fc, 4, 3, false, rng);
-    SpecHolder spec(true, 4, 3, ZKR_FFT_NODIV_BY_ANY);
-    ASSERT_EQ(fc->call(call.bag(spec, 0)), zkrStsNoErr);
+    SpecHolder setup(true, 4, 3, ZKR_FFT_NODIV_BY_ANY);
+    ASSERT_EQ(fc->call(call.bag(setup, 0)), zkrStsNoErr);
     const std::vector<float> aligned = call.dst.data;
     int bytes = 0;
-    ASSERT_EQ(zkriFFTGetBufSize_C_32fc(static_cast<const ZkriFFTSpec_C_32fc*>(spec.spec()), &bytes), zkrStsNoErr);
+    ASSERT_EQ(zkriFFTGetBufSize_C_32fc(static_cast<const ZkriFFTSpec_C_32fc*>(setup.setup()), &bytes), zkrStsNoErr);
     for (int offset : {1, 3, 17, 63}) {
         std::vector<Zkr8u> buffer(std::size_t(bytes + offset), 0xA5);
-        FftBag b = call.bag(spec, 0);
+        FftBag b = call.bag(setup, 0);
         b.pBuffer = buffer.data() + offset;
         ASSERT_EQ(fc->call(b), zkrStsNoErr);
         EXPECT_TRUE(call.dst.data == aligned) << "offset " << offset;

@@ -1,5 +1,5 @@
 // The exported functions of the FFT family, defined from its table: the
-// specification helpers (create, free, work-buffer size) and the transforms,
+// setup helpers (create, free, work-buffer size) and the transforms,
 // which check their arguments, split the image into channels and run the
 // kernels of the level in force on the caller's work buffer.
 #include <cmath>
@@ -26,7 +26,7 @@ namespace {
 
 enum class Kind { CFwd, CInv, RFwd, RInv };
 
-// Tells live specifications from foreign or released memory, and the two kinds apart.
+// Tells live setups from foreign or released memory, and the two kinds apart.
 constexpr std::uint32_t kMagicComplex = 0x5a4b4643;  // "ZKFC"
 constexpr std::uint32_t kMagicReal = 0x5a4b4652;     // "ZKFR"
 
@@ -35,8 +35,8 @@ constexpr int kBufferAlign = 64;
 
 }  // namespace
 
-// The common body of both specification kinds: the plan the kernels read, and its storage.
-struct Spec {
+// The common body of both setup kinds: the plan the kernels read, and its storage.
+struct Setup {
     std::uint32_t magic = 0;
     int flag = 0;
     Plan plan;
@@ -46,8 +46,8 @@ struct Spec {
 
 }  // namespace zkr::fft
 
-struct ZkriFFTSpec_C_32fc : zkr::fft::Spec {};
-struct ZkriFFTSpec_R_32f : zkr::fft::Spec {};
+struct ZkriFFTSpec_C_32fc : zkr::fft::Setup {};
+struct ZkriFFTSpec_R_32f : zkr::fft::Setup {};
 
 namespace zkr::fft {
 namespace {
@@ -189,7 +189,7 @@ template <Kind kind, Layout L, class A> ZkrStatus run(const A& a) {
     using Ts = std::remove_cv_t<std::remove_pointer_t<decltype(sourceOf(a))>>;
     using Td = std::remove_cv_t<std::remove_pointer_t<decltype(destinationOf(a))>>;
     constexpr bool real = kind == Kind::RFwd || kind == Kind::RInv;
-    static_assert(std::is_same_v<Sp, ZkriFFTSpec_R_32f> == real, "the specification kind follows the transform");
+    static_assert(std::is_same_v<Sp, ZkriFFTSpec_R_32f> == real, "the setup kind follows the transform");
 
     const Ts* src = sourceOf(a);
     Td* dst = destinationOf(a);
@@ -201,9 +201,9 @@ template <Kind kind, Layout L, class A> ZkrStatus run(const A& a) {
         dstStep = a.dstStep;
     }
     if (const ZkrStatus s = checkPointers({src, dst, a.pSpec, a.pBuffer}); s != zkrStsNoErr) return s;
-    const Spec& spec = *a.pSpec;
-    if (spec.magic != (real ? kMagicReal : kMagicComplex)) return zkrStsContextMatchErr;
-    const Plan& p = spec.plan;
+    const Setup& setup = *a.pSpec;
+    if (setup.magic != (real ? kMagicReal : kMagicComplex)) return zkrStsContextMatchErr;
+    const Plan& p = setup.plan;
     constexpr int comps = int(sizeof(typename ElemInfo<Ts>::S));
     constexpr int compd = int(sizeof(typename ElemInfo<Td>::S));
     if (const ZkrStatus s = checkSteps({srcStep}, std::int64_t(p.width) * Pixel<Ts, L>::bytes, comps); s != zkrStsNoErr)
@@ -212,7 +212,7 @@ template <Kind kind, Layout L, class A> ZkrStatus run(const A& a) {
         return s;
 
     const bool inverse = kind == Kind::CInv || kind == Kind::RInv;
-    const double scale = normalisation(spec.flag, inverse, p) * scaleFactorValue(scaleOf(a));
+    const double scale = normalisation(setup.flag, inverse, p) * scaleFactorValue(scaleOf(a));
     const Work work = workIn(a.pBuffer, p);
     const Kernels& k = kernels();
     for (int c = 0; c < kActive<L>; ++c) {
@@ -234,7 +234,7 @@ template <Kind kind, Layout L, class A> ZkrStatus run(const A& a) {
 }  // namespace
 }  // namespace zkr::fft
 
-// Helper rows: the specification kind is told by its type.
+// Helper rows: the setup kind is told by its type.
 #define ZKR_FFT_IS_REAL(S) std::is_same_v<S, ZkriFFTSpec_R_32f>
 #define ZKR_FFT_AUX_fft_init(args, S) \
     zkr::fft::initAlloc(args.ppSpec, args.orderX, args.orderY, args.flag, args.hint, ZKR_FFT_IS_REAL(S))

@@ -25,8 +25,8 @@
 
 namespace zkr::fft {
 
-// What the kernels need of a specification; every pointer is into the
-// specification's own storage.
+// What the kernels need of a setup; every pointer is into the
+// setup's own storage.
 struct Plan {
     int orderX = 0, orderY = 0;
     int width = 0, height = 0;  // the image: W = 2^orderX, H = 2^orderY

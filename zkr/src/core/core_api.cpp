@@ -97,7 +97,7 @@ const char* zkrGetStatusString(ZkrStatus sts) {
         case zkrStsFftFlagErr:            return "Unknown normalisation flag";
         case zkrStsInterpolationErr:      return "Unknown interpolation mode";
         case zkrStsResizeFactorErr:       return "Scaling factor not positive or out of range";
-        case zkrStsContextMatchErr:       return "Specification structure of another kind or not initialised";
+        case zkrStsContextMatchErr:       return "Setup structure of another kind or not initialised";
         case zkrStsMemAllocErr:           return "Not enough memory";
         case zkrStsHintErr:               return "Unknown algorithm hint";
         case zkrStsRangeErr:              return "Range empty or reversed";
