@@ -217,16 +217,16 @@ inline constexpr int kScaleFactorsWide[] = {0,   1,   2,   3,   7,   8,   9,   1
                                             INT_MAX, INT_MIN};
 inline constexpr int kScaleFactorsShort[] = {0, 1, 9, -1, 17, -17};
 
-template <class Model> std::span<const Geometry> geometries() {
+template <class Model> constexpr std::span<const Geometry> geometries() {
     if constexpr (requires { Model::geometries; }) return Model::geometries;
     else return kGeometries;
 }
-template <class Model> std::span<const int> scaleFactors(bool wide) {
+template <class Model> constexpr std::span<const int> scaleFactors(bool wide) {
     if constexpr (requires { Model::wideScaleFactors; Model::shortScaleFactors; })
         return wide ? std::span<const int>(Model::wideScaleFactors) : std::span<const int>(Model::shortScaleFactors);
     else return wide ? std::span<const int>(kScaleFactorsWide) : std::span<const int>(kScaleFactorsShort);
 }
-template <class Model> unsigned referenceSeed() {
+template <class Model> constexpr unsigned referenceSeed() {
     if constexpr (requires { Model::referenceSeed; }) return Model::referenceSeed;
     else return 12345u;
 }
