@@ -25,7 +25,6 @@ struct FilterBag : Bag {
 
 enum class Form { Filter, FilterInPlace };
 enum class Op { Box, Max, Min, Median };
-enum class CompType { U8, U16, S16, F32 };
 
 // Uniform arguments of both forms.
 struct CallArgs {
@@ -64,13 +63,6 @@ struct FamilyCase {
     int pixelBytes() const { return channels * compBytes; }
     int active() const { return alpha ? 3 : channels; }
 };
-
-template <class T> constexpr CompType compTypeOf() {
-    if constexpr (std::is_same_v<T, Zkr8u>) return CompType::U8;
-    else if constexpr (std::is_same_v<T, Zkr16u>) return CompType::U16;
-    else if constexpr (std::is_same_v<T, Zkr16s>) return CompType::S16;
-    else return CompType::F32;
-}
 
 template <class T>
 FamilyCase describe(const char* name, const char* form, const char* layout, const char* op,
@@ -339,25 +331,6 @@ template <class S> void checkStatusCodes(const FamilyCase& fc) {
     }
 }
 
-struct Runners {
-    void (*reference)(const FamilyCase&);
-    void (*threads)(const FamilyCase&);
-    void (*status)(const FamilyCase&);
-};
-
-template <class S> constexpr Runners runnersFor() {
-    return {&checkAgainstReference<S>, &checkThreadSplits<S>, &checkStatusCodes<S>};
-}
-
-Runners runners(CompType t) {
-    switch (t) {
-        case CompType::U8:  return runnersFor<Zkr8u>();
-        case CompType::U16: return runnersFor<Zkr16u>();
-        case CompType::S16: return runnersFor<Zkr16s>();
-        default:            return runnersFor<Zkr32f>();
-    }
-}
-
 struct Group {
     Form form;
     Op op;
@@ -372,13 +345,19 @@ protected:
 };
 
 TEST_P(FilterBoxFamily, MatchesReferenceOnEveryLevel) {
-    walk([](const FamilyCase& c) { runners(c.comp).reference(c); });
+    walk([](const FamilyCase& c) {
+        withCompType<Zkr8u, Zkr16u, Zkr16s, Zkr32f>(c.comp, [&]<class S>() { checkAgainstReference<S>(c); });
+    });
 }
 TEST_P(FilterBoxFamily, ThreadSplitsMatchSingleThread) {
-    walk([](const FamilyCase& c) { runners(c.comp).threads(c); });
+    walk([](const FamilyCase& c) {
+        withCompType<Zkr8u, Zkr16u, Zkr16s, Zkr32f>(c.comp, [&]<class S>() { checkThreadSplits<S>(c); });
+    });
 }
 TEST_P(FilterBoxFamily, StatusCodes) {
-    walk([](const FamilyCase& c) { runners(c.comp).status(c); });
+    walk([](const FamilyCase& c) {
+        withCompType<Zkr8u, Zkr16u, Zkr16s, Zkr32f>(c.comp, [&]<class S>() { checkStatusCodes<S>(c); });
+    });
 }
 
 std::string groupName(const testing::TestParamInfo<Group>& info) {

@@ -18,7 +18,6 @@ namespace zkrtest {
 namespace {
 
 enum class Op { Sum, Mean, Min, Max, MinMax, MinIndx, MaxIndx, QualityIndex };
-enum class CompType { U8, U16, S16, F32 };
 
 // The outputs of every form, one value per channel; extremes as double (every
 // source type converts to it exactly).
@@ -74,13 +73,6 @@ struct FamilyCase {
     ZkrStatus (*call)(const CallArgs&);
     int pixelBytes() const { return channels * compBytes; }
 };
-
-template <class S> constexpr CompType compTypeOf() {
-    if constexpr (std::is_same_v<S, Zkr8u>) return CompType::U8;
-    else if constexpr (std::is_same_v<S, Zkr16u>) return CompType::U16;
-    else if constexpr (std::is_same_v<S, Zkr16s>) return CompType::S16;
-    else return CompType::F32;
-}
 
 Op opOf(const std::string& o) {
     static const std::map<std::string, Op> ops = {{"Sum", Op::Sum},         {"Mean", Op::Mean},
@@ -359,23 +351,6 @@ template <class S> void checkStatusCodes(const FamilyCase& c) {
     }
 }
 
-struct Runners {
-    void (*reference)(const FamilyCase&);
-    void (*threads)(const FamilyCase&);
-    void (*status)(const FamilyCase&);
-};
-template <class S> constexpr Runners runnersFor() {
-    return {&checkAgainstReference<S>, &checkThreadSplits<S>, &checkStatusCodes<S>};
-}
-Runners runners(CompType t) {
-    switch (t) {
-        case CompType::U8:  return runnersFor<Zkr8u>();
-        case CompType::U16: return runnersFor<Zkr16u>();
-        case CompType::S16: return runnersFor<Zkr16s>();
-        default:            return runnersFor<Zkr32f>();
-    }
-}
-
 class SumFamily : public testing::WithParamInterface<const char*>, public LibraryStateTest {
 protected:
     template <class Check> void walk(Check check) {
@@ -384,13 +359,19 @@ protected:
 };
 
 TEST_P(SumFamily, MatchesReferenceOnEveryLevel) {
-    walk([](const FamilyCase& c) { runners(c.comp).reference(c); });
+    walk([](const FamilyCase& c) {
+        withCompType<Zkr8u, Zkr16u, Zkr16s, Zkr32f>(c.comp, [&]<class S>() { checkAgainstReference<S>(c); });
+    });
 }
 TEST_P(SumFamily, ThreadSplitsGiveTheSameBits) {
-    walk([](const FamilyCase& c) { runners(c.comp).threads(c); });
+    walk([](const FamilyCase& c) {
+        withCompType<Zkr8u, Zkr16u, Zkr16s, Zkr32f>(c.comp, [&]<class S>() { checkThreadSplits<S>(c); });
+    });
 }
 TEST_P(SumFamily, StatusCodes) {
-    walk([](const FamilyCase& c) { runners(c.comp).status(c); });
+    walk([](const FamilyCase& c) {
+        withCompType<Zkr8u, Zkr16u, Zkr16s, Zkr32f>(c.comp, [&]<class S>() { checkStatusCodes<S>(c); });
+    });
 }
 
 std::string formParamName(const testing::TestParamInfo<const char*>& param) { return param.param; }

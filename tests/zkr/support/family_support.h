@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "zkr_call.hpp"
@@ -21,6 +22,24 @@ struct Bag : zkr::ImageArgs {
 // True when a form's name ends with `suffix` ("_sfs") or starts with `prefix`.
 inline bool formEndsWith(const std::string& form, const std::string& suffix) {
     return form.size() >= suffix.size() && form.compare(form.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+// The component type of a table row, for choosing the checks' instantiation at run time.
+enum class CompType { U8, U16, S16, S32, F32 };
+
+template <class S> constexpr CompType compTypeOf() {
+    if constexpr (std::is_same_v<S, Zkr8u>) return CompType::U8;
+    else if constexpr (std::is_same_v<S, Zkr16u>) return CompType::U16;
+    else if constexpr (std::is_same_v<S, Zkr16s>) return CompType::S16;
+    else if constexpr (std::is_same_v<S, Zkr32s>) return CompType::S32;
+    else return CompType::F32;
+}
+
+// Calls f.template operator()<S>() with S the one of the family's types Ts
+// that `t` names; fails when `t` names none of them.
+template <class... Ts, class F> void withCompType(CompType t, F&& f) {
+    const bool found = ((compTypeOf<Ts>() == t && (f.template operator()<Ts>(), true)) || ...);
+    EXPECT_TRUE(found) << "component type outside the family's types";
 }
 
 // Runs check(c) for every case `select` accepts, naming the case in failures;
