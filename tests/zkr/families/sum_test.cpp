@@ -317,7 +317,7 @@ template <class S> void checkStatusCodes(const FamilyCase& c) {
         x.nullOut[k] = true;
         EXPECT_EQ(c.call(x), zkrStsNullPtrErr) << "null output " << k;
         x.roi = {0, 0};
-        x.hint = ZkrHintAlgorithm(9);
+        x.hint = ZkrHintAlgorithm(3);
         EXPECT_EQ(c.call(x), zkrStsNullPtrErr) << "null pointer checked first";
     }
     for (ZkriSize roi : {ZkriSize{0, 3}, ZkriSize{6, 0}, ZkriSize{-2, 3}, ZkriSize{6, INT_MIN}}) {
@@ -341,7 +341,9 @@ template <class S> void checkStatusCodes(const FamilyCase& c) {
         }
     }
     if (c.hasHint) {
-        for (int h : {3, -1, 100}) {
+        // 3 is the one value of the enumeration's range that names no hint; values outside the
+        // range cannot be formed in C++ without undefined behaviour.
+        for (int h : {3}) {
             x = good;
             x.hint = ZkrHintAlgorithm(h);
             EXPECT_EQ(c.call(x), zkrStsHintErr) << "hint " << h;
