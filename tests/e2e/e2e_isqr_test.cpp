@@ -14,19 +14,6 @@ namespace {
 
 Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
-// Function names of the -e listing rows that name `testClass`, counted per base.
-std::map<std::string, int> listedBases(const std::string& testClass) {
-    const Outcome r = quill("-e -t=" + testClass);
-    std::map<std::string, int> bases;
-    std::istringstream in(r.out);
-    for (std::string line; std::getline(in, line);) {
-        if (line.rfind("| zkri", 0) != 0 || line.find(testClass + "|") == std::string::npos) continue;
-        const std::string name = line.substr(6, line.find('_') - 6);
-        ++bases[name];
-    }
-    return bases;
-}
-
 }  // namespace
 
 TEST(SqrFamily, ListsEveryFunctionPerBase) {

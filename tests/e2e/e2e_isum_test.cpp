@@ -15,17 +15,6 @@ namespace {
 
 Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
-std::map<std::string, int> listedBases(const std::string& testClass) {
-    const Outcome r = quill("-e -t=" + testClass);
-    std::map<std::string, int> bases;
-    std::istringstream in(r.out);
-    for (std::string line; std::getline(in, line);) {
-        if (line.rfind("| zkri", 0) != 0 || line.find(testClass + "|") == std::string::npos) continue;
-        ++bases[line.substr(6, line.find('_') - 6)];
-    }
-    return bases;
-}
-
 }  // namespace
 
 TEST(SumFamily, ListsEveryFunctionPerBase) {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 
@@ -38,6 +39,19 @@ inline Outcome run(const std::string& cmd, const std::string& dir = "") {
 inline std::string quote(const std::string& s) { return "'" + s + "'"; }
 
 inline std::string program() { return QM_PROGRAM; }
+
+// The -e listing's rows of one test class, counted per base (the function name's part after "zkri"
+// up to its first "_"), so that a family's test can compare them with the catalogue's counts.
+inline std::map<std::string, int> listedBases(const std::string& testClass) {
+    const Outcome r = run(quote(program()) + " -e -t=" + testClass);
+    std::map<std::string, int> bases;
+    std::istringstream in(r.out);
+    for (std::string line; std::getline(in, line);) {
+        if (line.rfind("| zkri", 0) != 0 || line.find(testClass + "|") == std::string::npos) continue;
+        ++bases[line.substr(6, line.find('_') - 6)];
+    }
+    return bases;
+}
 inline std::string fixtureProgram() { return QM_FIXTURE_PROGRAM; }
 
 inline std::string readFile(const std::filesystem::path& p) {
