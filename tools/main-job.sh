@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The main job: a representative selection (a few functions of every test class) measured at three
+# The main job: a representative selection (a few functions of every test class, QM_TOTAL (36) at most
+# so that its length stays put as the catalogue grows; every class keeps one) measured at three
 # image sizes (from L1- to beyond L2-resident) at every instruction-set level this machine can run,
 # then one HTML report of the runs, whose path is printed last. The baseline and the best level are
 # measured first; a level that would start after QM_BUDGET seconds (150) of measuring is left out.
@@ -13,9 +14,10 @@ budget="${QM_BUDGET:-150}"
 mkdir -p "$out"
 rm -f "$out"/level_*.csv "$out"/level_*_sum.csv
 
-# The selection: every test class of the -e listing, three functions each (QM_PER_CLASS).
+# The selection: every test class of the -e listing, up to three functions each (QM_PER_CLASS), at
+# most QM_TOTAL functions in all.
 "$bin/quillmark" -B -e -LE -l"$out" -nlisting -r >/dev/null
-PYTHONPATH="$tools" PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m qmtools.select --per-class "${QM_PER_CLASS:-3}" "$out/listing.csv" >"$out/selection.ini"
+PYTHONPATH="$tools" PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m qmtools.select --per-class "${QM_PER_CLASS:-3}" --total "${QM_TOTAL:-36}" "$out/listing.csv" >"$out/selection.ini"
 classes=$(cut -d, -f2 "$out/listing.csv" | grep '^Tim' | sort -u | wc -l)
 echo "Selected: $(grep -c '^\[' "$out/selection.ini") functions of $classes test classes"
 

@@ -145,3 +145,22 @@ def test_selection_from_a_real_listing(tmp_path, capsys):
     assert capsys.readouterr().out == "[zkriAdd_8u_C1RSfs]\n"
     listing.write_text("Program,Quillmark 2.0\n")
     assert select.main([str(listing)]) == 2
+
+
+def test_selection_total_keeps_every_class_and_shares_the_rest():
+    assert select.counts(4, 3) == [3, 3, 3, 3]
+    assert select.counts(4, 3, total=12) == [3, 3, 3, 3]          # the cap is not reached
+    assert select.counts(4, 3, total=10) == [3, 3, 2, 2]          # the first classes take the remainder
+    assert select.counts(4, 3, total=4) == [1, 1, 1, 1]
+    assert select.counts(5, 3, total=2) == [1, 1, 1, 1, 1]        # never a class left out
+    assert select.counts(3, 2, total=100) == [2, 2, 2]
+
+
+def test_selection_total_from_a_listing(tmp_path, capsys):
+    listing = tmp_path / "listing.csv"
+    listing.write_text("Program,Quillmark 2.0\nzkriAdd_8u_C1RSfs,TimiAdd\nzkriAdd_32f_C1R,TimiAdd\n"
+                       "zkriSqr_8u_C1RSfs,TimiSqr\nzkriSqr_32f_C1R,TimiSqr\nzkriSum_8u_C1R,TimiSum\n")
+    assert select.main([str(listing), "--total", "4"]) == 0
+    assert capsys.readouterr().out == ("[zkriAdd_8u_C1RSfs]\n[zkriAdd_32f_C1R]\n[zkriSqr_8u_C1RSfs]\n"
+                                       "[zkriSum_8u_C1R]\n")
+    assert select.main([str(listing), "--total", "0"]) == 2

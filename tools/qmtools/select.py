@@ -2,7 +2,11 @@
 every test class, of different element types and single-channel layouts first, so that a new test
 class is measured as soon as it is registered.
 
-    python3 -m qmtools.select LISTING.csv [--per-class N]  ->  ini-file sections, one per function
+    python3 -m qmtools.select LISTING.csv [--per-class N] [--total M]  ->  ini-file sections, one per function
+
+With --total the selection stays within M functions as the catalogue grows: every class keeps at least
+one function, and the classes share what is left evenly, the earlier classes in the listing taking the
+remainder.
 """
 import argparse
 import csv
@@ -51,18 +55,32 @@ def pick(functions, count):
     return chosen
 
 
+def counts(n_classes, per_class, total=None):
+    """How many functions each of n_classes classes contributes: per_class each, or, with a total,
+    an even share of it (at least one, at most per_class), the first classes taking the remainder."""
+    if total is None or n_classes * per_class <= total:
+        return [per_class] * n_classes
+    share = max(1, total // n_classes)
+    extra = max(0, total - share * n_classes)
+    return [min(per_class, share + (1 if i < extra else 0)) for i in range(n_classes)]
+
+
 def main(argv=None):
     p = argparse.ArgumentParser(prog="qmtools.select", description=__doc__.split("\n\n")[0])
     p.add_argument("listing")
     p.add_argument("--per-class", type=int, default=3)
+    p.add_argument("--total", type=int, default=None, help="at most this many functions (one per class at least)")
     args = p.parse_args(argv)
+    if args.per_class < 1 or (args.total is not None and args.total < 1):
+        print("--per-class and --total must be at least 1", file=sys.stderr)
+        return 2
     with open(args.listing, newline="") as f:
         classes = classes_of(csv.reader(f))
     if not classes:
         print(f"{args.listing}: no test classes in the listing", file=sys.stderr)
         return 2
-    for functions in classes.values():
-        for func in pick(functions, args.per_class):
+    for functions, count in zip(classes.values(), counts(len(classes), args.per_class, args.total)):
+        for func in pick(functions, count):
             print(f"[{func}]")
     return 0
 
