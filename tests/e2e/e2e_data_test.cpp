@@ -3,6 +3,8 @@
 // the library's exported functions, and a leak check of whole runs under the address sanitizer.
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include <cstdint>
 #include <set>
 

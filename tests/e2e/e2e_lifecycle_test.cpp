@@ -3,6 +3,8 @@
 // tables and the duplicate-line warning.
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include <map>
 
 #include "e2e_support.h"

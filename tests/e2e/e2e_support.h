@@ -1,8 +1,7 @@
 // Running the built programs from tests: output, exit status and scratch directories.
 #pragma once
-#include <sys/wait.h>
+#include <cstdlib>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -23,45 +22,20 @@ struct Outcome {
 };
 
 // Runs a shell command line in the given directory (the current one when empty).
-inline Outcome run(const std::string& cmd, const std::string& dir = "") {
-    Outcome r;
-    const std::string full = (dir.empty() ? "" : "cd '" + dir + "' && ") + cmd + " 2>&1 </dev/null";
-    FILE* p = popen(full.c_str(), "r");
-    if (!p) return r;
-    char buf[4096];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-    const int st = pclose(p);
-    r.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
-    return r;
-}
+Outcome run(const std::string& cmd, const std::string& dir = "");
 
-inline std::string quote(const std::string& s) { return "'" + s + "'"; }
+std::string quote(const std::string& s);
 
-inline std::string program() { return QM_PROGRAM; }
+std::string program();
 
 // The -e listing's rows of one test class, counted per base (the function name's part after "zkri"
 // up to its first "_"), so that a family's test can compare them with the catalogue's counts.
-inline std::map<std::string, int> listedBases(const std::string& testClass) {
-    const Outcome r = run(quote(program()) + " -e -t=" + testClass);
-    std::map<std::string, int> bases;
-    std::istringstream in(r.out);
-    for (std::string line; std::getline(in, line);) {
-        if (line.rfind("| zkri", 0) != 0 || line.find(testClass + "|") == std::string::npos) continue;
-        ++bases[line.substr(6, line.find('_') - 6)];
-    }
-    return bases;
-}
-inline std::string fixtureProgram() { return QM_FIXTURE_PROGRAM; }
+std::map<std::string, int> listedBases(const std::string& testClass);
+std::string fixtureProgram();
 
-inline std::string readFile(const std::filesystem::path& p) {
-    std::ifstream in(p);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
+std::string readFile(const std::filesystem::path& p);
 
-inline void writeFile(const std::filesystem::path& p, const std::string& text) { std::ofstream(p) << text; }
+void writeFile(const std::filesystem::path& p, const std::string& text);
 
 // A fresh scratch directory, removed with the object.
 class TempDir {

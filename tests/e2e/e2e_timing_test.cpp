@@ -1,6 +1,8 @@
 // The processor report and the four timing methods, run on one function of the Add family.
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include <algorithm>
 #include <cmath>
 
