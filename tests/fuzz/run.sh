@@ -11,7 +11,14 @@ targets="fuzz_ini fuzz_params fuzz_cmdline fuzz_bmp"
 per=$((total / 4))
 [ "$per" -ge 1 ] || per=1
 
-cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_FUZZ=ON -DQM_BENCH=OFF \
+# The compiler cache, when installed, as in the Makefile's builds.
+launcher=""
+if command -v ccache >/dev/null 2>&1; then
+    launcher="-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache"
+    export CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=1
+fi
+# shellcheck disable=SC2086
+cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_FUZZ=ON -DQM_BENCH=OFF $launcher \
       -DQM_WERROR="${QM_WERROR:-OFF}" -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ >/dev/null
 cmake --build "$build" --target $targets -j2
 
