@@ -1,0 +1,19 @@
+// TimiAndCI: the bitwise operations with a constant (AndC, OrC, XorC) and the shifts (LShiftC,
+// RShiftC), in place, over image sizes, the constant and the shift count. One test per library
+// function of the family's table.
+#include "p_iandc_ia.h"
+
+namespace {
+
+class TimiAndCI : public zkLogicConstTest {
+public:
+    TimiAndCI(qmCallEntry call, qmLoopEntry loop, qmStatEntry stat, const char* func)
+        : zkLogicConstTest(call, loop, stat, func, __FILE__, "TimiAndCI//ZK_REG") {}
+};
+
+}  // namespace
+
+#define ZK_FAMILY_TABLE "logic/andci.tbl"
+#define ZK_FAMILY_TEST TimiAndCI
+#define ZK_FAMILY_ARGS s_args
+#include "zkfamily.inc"
