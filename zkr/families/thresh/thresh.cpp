@@ -70,25 +70,33 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
             return s;
     }
 
-    // The kind of test: below, above or both.
-    Kind kind = Kind::Lo;
+    // The kind of test: below, above or both; below and above are max and
+    // min when the threshold replaces the values it bounds.
+    constexpr bool replacesByValue = twoSided || requires { a.value; };
+    bool below = true;
     if constexpr (op == Op::Thr || op == Op::Val) {
-        if (a.cmpOp == zkrCmpLess) kind = Kind::Lo;
-        else if (a.cmpOp == zkrCmpGreater) kind = Kind::Hi;
-        else return zkrStsBadArgErr;
+        if (a.cmpOp == zkrCmpGreater) below = false;
+        else if (a.cmpOp != zkrCmpLess) return zkrStsBadArgErr;
     } else if constexpr (op == Op::GT || op == Op::GTVal) {
-        kind = Kind::Hi;
-    } else if constexpr (op == Op::LTValGTVal) {
+        below = false;
+    }
+    Kind kind = below ? (replacesByValue ? Kind::Lo : Kind::Max) : (replacesByValue ? Kind::Hi : Kind::Min);
+    if constexpr (twoSided) {
         kind = Kind::Both;
         for (int ch = 0; ch < active; ++ch)
             if (constantOf<S>(a.thresholdLT, ch) > constantOf<S>(a.thresholdGT, ch)) return zkrStsRangeErr;
     }
 
-    // Constants per channel (the alpha slots of AC4 are never used).
-    Constants<S> k{};
-    const int count = L == Layout::C1 ? 1 : kPattern;
+    // Constants per channel, as far as a row band can read them (the alpha
+    // slots of AC4 are never used). Left uninitialised beyond that: small
+    // images are not to pay for clearing the whole pattern.
+    const int period = Pixel<T, L>::period;
+    const std::int64_t comps = std::int64_t(a.roiSize.width) * a.roiSize.height * period;
+    const int count = L == Layout::C1 ? 1 : int(comps < kPattern ? comps : kPattern);
+    Constants<S> k;
     for (int i = 0; i < count; ++i) {
         const int ch = i % channels;
+        k.tLo[i] = k.vLo[i] = k.tHi[i] = k.vHi[i] = S(0);
         if (ch >= active) continue;
         S t, v, t2 = S(0), v2 = S(0);
         if constexpr (twoSided) {
@@ -97,10 +105,10 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
         } else {
             t = constantOf<S>(a.threshold, ch);
             if constexpr (requires { a.value; }) v = constantOf<S>(a.value, ch);
-            else v = t;  // the threshold replaces the value it bounds
+            else v = t;
         }
-        if (kind == Kind::Hi) k.tHi[i] = t, k.vHi[i] = v;
-        else k.tLo[i] = t, k.vLo[i] = v, k.tHi[i] = t2, k.vHi[i] = v2;
+        if (below) k.tLo[i] = t, k.vLo[i] = v, k.tHi[i] = t2, k.vHi[i] = v2;
+        else k.tHi[i] = t, k.vHi[i] = v;
     }
 
     ThreshJob j;
@@ -111,7 +119,7 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
         j.s = a.pSrc, j.sStep = a.srcStep;
         j.d = a.pDst, j.dStep = a.dstStep;
     }
-    j.rowLen = a.roiSize.width * Pixel<T, L>::period;
+    j.rowLen = a.roiSize.width * period;
     j.tLo = k.tLo, j.vLo = k.vLo, j.tHi = k.tHi, j.vHi = k.vHi;
     constexpr Shape shape = L == Layout::C1 ? Shape::C1 : (L == Layout::AC4 ? Shape::AC4 : Shape::Cn);
     const RowsFn fn = kernels().rows[int(ComponentType<S>::id)][int(kind)][int(shape)][inPlace];

@@ -5,6 +5,7 @@
 // compare and a select per test (min/max or compare-and-blend
 // instructions), alpha kept by a select on the component index. Constants
 // of several channels come as pattern blocks read in lockstep with the row.
+// Thresholds that replace what they bound are max/min instructions.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -29,6 +30,12 @@ template <Kind k, class S> inline S apply(S x, S tLo, S vLo, S tHi, S vHi) {
     } else if constexpr (k == Kind::Hi) {
         (void)tLo, (void)vLo;
         return x > tHi ? vHi : x;
+    } else if constexpr (k == Kind::Max) {
+        (void)vLo, (void)tHi, (void)vHi;
+        return tLo > x ? tLo : x;  // x < tLo ? tLo : x, in the operand order of max instructions
+    } else if constexpr (k == Kind::Min) {
+        (void)tLo, (void)vLo, (void)vHi;
+        return tHi < x ? tHi : x;  // x > tHi ? tHi : x, in the operand order of min instructions
     } else {
         const S hi = x > tHi ? vHi : x;
         return x < tLo ? vLo : hi;
@@ -148,6 +155,8 @@ template <class S> constexpr void fillType(Kernels& ks) {
     fillKind<S, Kind::Lo>(ks);
     fillKind<S, Kind::Hi>(ks);
     fillKind<S, Kind::Both>(ks);
+    fillKind<S, Kind::Max>(ks);
+    fillKind<S, Kind::Min>(ks);
 }
 
 constexpr Kernels makeKernels() {

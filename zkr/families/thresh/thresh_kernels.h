@@ -3,7 +3,8 @@
 //
 // Every threshold function replaces a component x by a constant of its
 // channel when x is below a lower threshold or above an upper one, so the
-// kernels know three kinds of test (below, above, both) and take the
+// kernels know three kinds of test (below, above, both; below and above
+// again as max/min when the threshold is the replacement) and take the
 // constants as values (one channel) or as patterns: the constants of each
 // channel repeated over a block of kPattern components, a multiple of every
 // pixel size, so that the block loop reads them in lockstep with the image.
@@ -22,7 +23,10 @@ enum class SType : int { U8, U16, S16, F32, Count };
 
 // Kind::Lo: x < tLo ? vLo : x.  Kind::Hi: x > tHi ? vHi : x.
 // Kind::Both: x < tLo ? vLo : (x > tHi ? vHi : x), with tLo <= tHi.
-enum class Kind : int { Lo, Hi, Both, Count };
+// Kind::Max, Kind::Min: Lo and Hi where the threshold is its own replacement
+// (vLo, vHi unused): the larger or smaller of x and the threshold, one
+// max/min instruction per vector (a NaN x is kept, as by Lo and Hi).
+enum class Kind : int { Lo, Hi, Both, Max, Min, Count };
 
 // Shape::C1: constants by value. Shape::Cn: patterns (C3, C4).
 // Shape::AC4: patterns; every fourth component (alpha) of the destination is kept.
