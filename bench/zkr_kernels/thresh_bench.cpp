@@ -1,0 +1,45 @@
+// Clocks per pixel of the Threshold family's C1 kernels on every level, next to the load/store
+// bound: Threshold with the "greater" comparison on 8u and 32f sources holding values 0 to 255
+// around the threshold 128, so that half the components are replaced.
+#include "bench_support.h"
+#include "zkri.h"
+
+namespace zkbench {
+namespace {
+
+template <class T, ZkrStatus (*call)(const T*, int, T*, int, ZkriSize, T, ZkrCmpOp)>
+void benchThreshold(benchmark::State& state, LevelInfo level, ImageSize size) {
+    if (zkrInitCpu(level.type) != zkrStsNoErr) {
+        state.SkipWithError("level not supported by this processor");
+        return;
+    }
+    zkrSetNumThreads(1);
+    const std::size_t n = std::size_t(size.width) * size.height;
+    Buffer<T> a(n), d(n);
+    for (std::size_t i = 0; i < n; ++i) a.data()[i] = T((i * 97 + i / 7) % 256);
+    const int step = size.width * int(sizeof(T));
+    const ZkriSize roi{size.width, size.height};
+    const T threshold = T(128);
+    if (call(a.data(), step, d.data(), step, roi, threshold, zkrCmpGreater) != zkrStsNoErr) {
+        state.SkipWithError("call failed");
+        return;
+    }
+    const std::uint64_t t0 = ticks();
+    for (auto _ : state) {
+        call(a.data(), step, d.data(), step, roi, threshold, zkrCmpGreater);
+        benchmark::ClobberMemory();
+    }
+    const std::uint64_t t1 = ticks();
+    const double pixels = double(n) * double(state.iterations());
+    state.counters["clk/px"] = double(t1 - t0) / pixels;
+    state.counters["mem_bound"] = 2.0 * sizeof(T) / copyRate().bytesPerClock;
+    state.SetBytesProcessed(std::int64_t(pixels * 2 * sizeof(T)));
+    zkrInit();
+}
+
+[[maybe_unused]] const bool s_registered =
+    (registerPerLevel("Threshold_8u_C1R", &benchThreshold<Zkr8u, &zkriThreshold_8u_C1R>),
+     registerPerLevel("Threshold_32f_C1R", &benchThreshold<Zkr32f, &zkriThreshold_32f_C1R>), true);
+
+}  // namespace
+}  // namespace zkbench
