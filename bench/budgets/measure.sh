@@ -2,8 +2,10 @@
 # Build budgets: a clean Release build with Ninja in its own directory, then the time of a rebuild after
 # touching one family's table, and the cost of each family's objects read from Ninja's log.
 # Usage: bench/budgets/measure.sh [build-dir] [family]   (defaults: build-cost, add)
-# Prints seconds of wall time; the per-object times in .ninja_log are wall times of each compile, which
-# on a machine with nothing else running are its processor time.
+# Prints seconds of wall time, and the processor time of every compile and link step (recorded by
+# cpu_time.py, the build's launcher), summed per family. Wall times mean something only on a machine
+# with nothing else running; processor times hardly depend on other work, so the sum of them divided by
+# the jobs is the wall time a quiet machine would take (the builds keep both cores busy).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
 dir=${1:-$root/build-cost}
@@ -11,11 +13,16 @@ family=${2:-add}
 jobs=${JOBS:-2}
 
 rm -rf "$dir"
-cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+launcher="$root/bench/budgets/cpu_time.py"
+export QM_CPU_LOG="$dir/cpu_times.log"
+cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_COMPILER_LAUNCHER="$launcher" \
+      -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" -DCMAKE_CXX_LINKER_LAUNCHER="$launcher" >/dev/null
+rm -f "$QM_CPU_LOG"
 start=$(date +%s.%N)
 cmake --build "$dir" -j"$jobs" >/dev/null
 clean=$(echo "$(date +%s.%N) - $start" | bc)
 
+cp "$QM_CPU_LOG" "$dir/cpu_times_clean.log"
 touch "$root/zkr/families/$family/$family.tbl"
 start=$(date +%s.%N)
 cmake --build "$dir" -j"$jobs" >/dev/null
@@ -24,15 +31,13 @@ incremental=$(echo "$(date +%s.%N) - $start" | bc)
 printf 'clean build, -j%s: %.0f s\n' "$jobs" "$clean"
 printf 'rebuild after touching %s.tbl: %.0f s\n' "$family" "$incremental"
 
-# Per-object compile seconds from the log of the clean build (format: start end mtime output hash, in ms).
-python3 - "$dir/.ninja_log" <<'PY'
+# Processor seconds per object of the clean build, from the launcher's log (seconds, output).
+python3 - "$dir/cpu_times_clean.log" "$jobs" <<'PY'
 import collections, re, sys
 seen = {}
 for line in open(sys.argv[1]):
-    if line.startswith('#'):
-        continue
-    start, end, _, out, _ = line.rstrip('\n').split('\t')
-    seen[out] = (int(end) - int(start)) / 1000.0   # the last build of each output wins
+    sec, out = line.rstrip('\n').split('\t')
+    seen[out] = float(sec)
 fam = collections.defaultdict(float)
 total = 0.0
 for out, sec in seen.items():
@@ -46,7 +51,15 @@ for out, sec in seen.items():
     m = re.search(r'families/(\w+?)_(test|edges_test)\.cpp\.o$', out)
     if m:
         fam['test ' + m.group(1)] += sec
-print('sum of all compile and link steps: %.0f s' % total)
+    m = re.search(r'e2e_(\w+?)_test\.cpp\.o$', out)
+    if m:
+        fam['end-to-end ' + m.group(1)] += sec
+    m = re.search(r'zkr_kernels/(\w+?)_bench\.cpp\.o$', out)
+    if m:
+        fam['bench ' + m.group(1)] += sec
+print('processor time of all compile and link steps: %.0f s, at -j%s about %.0f s of wall time'
+      % (total, sys.argv[2], total / int(sys.argv[2])))
+fam['~ everything else (framework, program, tests, benchmarks)'] = total - sum(fam.values())
 for k in sorted(fam):
     print('  %-28s %6.1f s' % (k, fam[k]))
 PY
