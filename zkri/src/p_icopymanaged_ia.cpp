@@ -1,6 +1,6 @@
 // TimiCopyManaged: the managed copy followed by a plain sum of its source, so the measurement
 // includes the use of the copied data: the timed body is x_CopyManaged(). Parameters: the image
-// size and the copy flags (how the destination is written).
+// size and the copy flags (how the destination is written); the text lines name the timed body.
 #include <cstdint>
 
 #include "qmmapiterator.h"
@@ -62,6 +62,15 @@ public:
     bool initData() override {
         s_args.flags = s_flags.value();
         return zkImageTest::initData();
+    }
+
+    // The line's parameters name what is timed, since it is more than the library call: the
+    // copy with its flags as the library gets them, then the sum of the source.
+    void putTextParms(MessageLevel level) override {
+        g_ostrm << level << " ";
+        for (qmParameter* p : m_parms)
+            if (!p->name().empty()) g_ostrm << " " << p->name() << "=" << p->valueString();
+        g_ostrm << " (flags " << s_flags.value() << ", then Sum(pSrc))\n" << MSG_RESTORE;
     }
 };
 
