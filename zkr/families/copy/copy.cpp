@@ -3,6 +3,7 @@
 // the arguments (pointers, size, steps, then the operation's own), describes the
 // call as a CopyJob of element strides and runs the kernel of the level in force
 // over row bands.
+#include <atomic>
 #include <cstring>
 #include <type_traits>
 
@@ -121,11 +122,11 @@ template <Op op, Lay S, Lay D, class A> ZkrStatus run(const A& a) {
         mj.maskH = m.height;
         mj.anchorX = a.anchor.x;
         mj.anchorY = a.anchor.y;
-        bool ok = true;
+        std::atomic<bool> ok{true};
         forRowBands(std::int64_t(mj.width) * mj.height, mj.height, [&](int y0, int y1) {
-            if (!k.median(mj, y0, y1)) ok = false;
+            if (!k.median(mj, y0, y1)) ok.store(false, std::memory_order_relaxed);
         });
-        return ok ? zkrStsNoErr : zkrStsMemAllocErr;
+        return ok.load() ? zkrStsNoErr : zkrStsMemAllocErr;
     } else {
         // Everything with a source and a destination.
         using Ts = std::remove_cv_t<std::remove_pointer_t<std::remove_cv_t<std::remove_pointer_t<decltype(a.pSrc)>>>>;
