@@ -384,6 +384,34 @@ TEST_F(CopyFamily, ManagedCopyWritesTheSameWithEveryFlag) {
     });
 }
 
+// Left to the library, a copy from 8 MB on takes the streaming path: same bytes, rows padded on
+// both sides so no block copy of the whole image hides a row-length mistake.
+TEST_F(CopyFamily, ManagedCopyAboveTheStreamingSizeCopiesEveryRow) {
+    const FamilyCase* managed = nullptr;
+    for (const FamilyCase& c : familyCases())
+        if (c.op == Op::Managed) managed = &c;
+    ASSERT_TRUE(managed);
+    const int w = 4099, h = 2048, srcStep = 4112, dstStep = 4160;
+    static_assert(long(w) * h >= ZKR_COPY_NONTEMPORAL_MIN_BYTES, "above the streaming size");
+    std::vector<unsigned char> src(std::size_t(srcStep) * h), dst(std::size_t(dstStep) * h + 1, 0x5a);
+    for (std::size_t i = 0; i < src.size(); ++i) src[i] = static_cast<unsigned char>(i * 2654435761u >> 24);
+    CopyBag b;
+    b.pSrc = src.data();
+    b.srcStep = srcStep;
+    b.pDst = dst.data() + 1;  // off the line boundary
+    b.dstStep = dstStep;
+    b.roiSize = {w, h};
+    b.flags = 0;
+    ASSERT_EQ(managed->call(b), zkrStsNoErr);
+    for (int y = 0; y < h; ++y) {
+        const unsigned char* d = dst.data() + 1 + std::size_t(y) * dstStep;
+        ASSERT_EQ(std::memcmp(d, src.data() + std::size_t(y) * srcStep, std::size_t(w)), 0) << "row " << y;
+        if (y + 1 < h) {
+            ASSERT_EQ(d[w], 0x5a) << "padding after row " << y;
+        }
+    }
+}
+
 // ---- packed spectra -------------------------------------------------------------------------
 
 using Spectrum = std::vector<std::complex<double>>;  // F(u, v) at v * W + u
