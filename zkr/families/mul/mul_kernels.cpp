@@ -233,31 +233,33 @@ template <class S, Kop op, Shape sh> void rows(const EltJob& j, int y0, int y1) 
 
 // ---- complex products -------------------------------------------------------------------------
 
+// d = a * b over n components (n / 2 elements): (ar br - ai bi, ar bi + ai br).
+// In place b is d; each element is read whole before it is written. 32fc
+// parts are computed in double, where the products of floats are exact: a
+// level with fused multiply-add gives the same results as one without, and
+// each part is rounded once to double, then to float.
 template <class S> struct CWide { using W = std::int64_t; };
 template <> struct CWide<Zkr32s> { using W = I128; };
-template <> struct CWide<Zkr32f> { using W = Zkr32f; };
+template <> struct CWide<Zkr32f> { using W = double; };
 
-// d = a * b over n components (n / 2 elements): (ar br - ai bi, ar bi + ai br).
-// In place b is d; each element is read whole before it is written.
 template <class S, Mode M, bool masked>
 ZKR_NOINLINE void loopComplex(const S* a, const S* b, S* d, const MaskOf<S>* m, std::ptrdiff_t n,
                               Scale<typename CWide<S>::W> p) {
     using W = typename CWide<S>::W;
     for (std::ptrdiff_t i = 0; i < n; i += 2) {
         const W ar = W(a[i]), ai = W(a[i + 1]), br = W(b[i]), bi = W(b[i + 1]);
-        const W pr = ar * br, pi = ar * bi;
-        const W qr = ai * bi, qi = ai * br;
-        S re, im;
+        const W re = ar * br - ai * bi, im = ar * bi + ai * br;
+        S r, j;
         if constexpr (std::is_same_v<S, Zkr32f>) {
-            re = pr - qr;
-            im = pi + qi;
+            r = S(re);
+            j = S(im);
         } else {
-            re = narrow<S, M>(W(pr - qr), p);
-            im = narrow<S, M>(W(pi + qi), p);
+            r = narrow<S, M>(re, p);
+            j = narrow<S, M>(im, p);
         }
         if (!masked || m[i]) {
-            d[i] = re;
-            d[i + 1] = im;
+            d[i] = r;
+            d[i + 1] = j;
         }
     }
 }
