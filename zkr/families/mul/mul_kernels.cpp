@@ -12,6 +12,10 @@
 #include <type_traits>
 #include <utility>
 
+#if defined(__AVX2__)
+#include <immintrin.h>
+#endif
+
 #include "mul_kernels.h"
 #include "zkrcore.h"
 
@@ -129,16 +133,75 @@ template <class S, Kop op, Mode M> inline S apply(S a, S b, const Scale<std::int
     else return divMax(a, b);
 }
 
+// ---- saturating 8u and 16s products, vectorised by hand ---------------------------------------
+//
+// The compiler widens a byte product to words and narrows it back with lane
+// crossing shuffles, which all queue on one port. Here 8u takes the even bytes
+// of each word (a & 0xff) * (b & 0xff) and the odd bytes from the high half
+// of (a & 0xff00) * (b & 0xff00), saturates both to 255 and merges them: no
+// shuffle at all. 16s interleaves the low and high halves of the 32-bit
+// products and packs them back with signed saturation, both within lanes.
+
+#if defined(__AVX512BW__)
+using Vec = __m512i;
+inline constexpr int kVecBytes = 64;
+inline Vec vload(const void* p) { return _mm512_loadu_si512(p); }
+inline void vstore(void* p, Vec v) { _mm512_storeu_si512(p, v); }
+inline Vec mulSat(Vec a, Vec b, Zkr8u) {
+    const Vec low = _mm512_set1_epi16(0x00ff), high = _mm512_set1_epi16(std::int16_t(0xff00));
+    const Vec even = _mm512_mullo_epi16(_mm512_and_si512(a, low), _mm512_and_si512(b, low));
+    const Vec odd = _mm512_mulhi_epu16(_mm512_and_si512(a, high), _mm512_and_si512(b, high));
+    return _mm512_or_si512(_mm512_min_epu16(even, low), _mm512_slli_epi16(_mm512_min_epu16(odd, low), 8));
+}
+inline Vec mulSat(Vec a, Vec b, Zkr16s) {
+    const Vec lo = _mm512_mullo_epi16(a, b), hi = _mm512_mulhi_epi16(a, b);
+    return _mm512_packs_epi32(_mm512_unpacklo_epi16(lo, hi), _mm512_unpackhi_epi16(lo, hi));
+}
+#elif defined(__AVX2__)
+using Vec = __m256i;
+inline constexpr int kVecBytes = 32;
+inline Vec vload(const void* p) { return _mm256_loadu_si256(static_cast<const Vec*>(p)); }
+inline void vstore(void* p, Vec v) { _mm256_storeu_si256(static_cast<Vec*>(p), v); }
+inline Vec mulSat(Vec a, Vec b, Zkr8u) {
+    const Vec low = _mm256_set1_epi16(0x00ff), high = _mm256_set1_epi16(std::int16_t(0xff00));
+    const Vec even = _mm256_mullo_epi16(_mm256_and_si256(a, low), _mm256_and_si256(b, low));
+    const Vec odd = _mm256_mulhi_epu16(_mm256_and_si256(a, high), _mm256_and_si256(b, high));
+    return _mm256_or_si256(_mm256_min_epu16(even, low), _mm256_slli_epi16(_mm256_min_epu16(odd, low), 8));
+}
+inline Vec mulSat(Vec a, Vec b, Zkr16s) {
+    const Vec lo = _mm256_mullo_epi16(a, b), hi = _mm256_mulhi_epi16(a, b);
+    return _mm256_packs_epi32(_mm256_unpacklo_epi16(lo, hi), _mm256_unpackhi_epi16(lo, hi));
+}
+#endif
+
+template <class S> inline constexpr bool kHandMul = false;
+#if defined(__AVX2__)
+template <> inline constexpr bool kHandMul<Zkr8u> = true;
+template <> inline constexpr bool kHandMul<Zkr16s> = true;
+#endif
+
+// d = a * b saturated, scale factor 0; b may be d (in place).
+template <class S, Mode M> inline void mulSatRow(const S* a, const S* b, S* d, std::ptrdiff_t n) {
+    std::ptrdiff_t i = 0;
+#if defined(__AVX2__)
+    constexpr std::ptrdiff_t lanes = kVecBytes / std::ptrdiff_t(sizeof(S));
+    for (; i + lanes <= n; i += lanes) vstore(d + i, mulSat(vload(a + i), vload(b + i), S{}));
+#endif
+    for (; i < n; ++i) d[i] = mulScaled<S, M>(a[i], b[i], {});
+}
+
 // ---- real row loops -----------------------------------------------------------------------
 
 template <class S, Kop op, Mode M>
 ZKR_NOINLINE void loopBinary(const S* __restrict a, const S* __restrict b, S* __restrict d, std::ptrdiff_t n,
                              Scale<std::int64_t> p) {
+    if constexpr (op == Kop::Mul && M == Mode::Exact && kHandMul<S>) return mulSatRow<S, M>(a, b, d, n);
     for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = apply<S, op, M>(a[i], b[i], p);
 }
 
 template <class S, Kop op, Mode M>
 ZKR_NOINLINE void loopInPlace(const S* __restrict a, S* __restrict d, std::ptrdiff_t n, Scale<std::int64_t> p) {
+    if constexpr (op == Kop::Mul && M == Mode::Exact && kHandMul<S>) return mulSatRow<S, M>(a, d, d, n);
     for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = apply<S, op, M>(a[i], d[i], p);
 }
 
