@@ -407,9 +407,12 @@ template <class S, Kop op, int... sh>
 constexpr void fillShapes(RowsFn (&out)[int(Shape::Count)], std::integer_sequence<int, sh...>) {
     ((out[sh] = &rows<S, op, Shape(sh)>), ...);
 }
-template <class S, int... sh>
-constexpr void fillComplex(RowsFn (&out)[int(Shape::Count)], std::integer_sequence<int, sh...>) {
-    ((out[sh] = &complexRows<S, Shape(sh)>), ...);
+// Complex constants are always a pattern of whole elements: no scalar shapes.
+template <class S> constexpr void fillComplex(RowsFn (&out)[int(Shape::Count)]) {
+    out[int(Shape::Binary)] = &complexRows<S, Shape::Binary>;
+    out[int(Shape::InPlace)] = &complexRows<S, Shape::InPlace>;
+    out[int(Shape::BinaryMasked)] = &complexRows<S, Shape::BinaryMasked>;
+    out[int(Shape::InPlaceMasked)] = &complexRows<S, Shape::InPlaceMasked>;
 }
 
 template <class S> constexpr void fillType(Kernels& ks, SType t) {
@@ -419,15 +422,14 @@ template <class S> constexpr void fillType(Kernels& ks, SType t) {
 }
 
 constexpr Kernels makeKernels() {
-    constexpr auto shapes = std::make_integer_sequence<int, int(Shape::Count)>{};
     Kernels ks{};
     fillType<Zkr8u>(ks, SType::U8);
     fillType<Zkr16u>(ks, SType::U16);
     fillType<Zkr16s>(ks, SType::S16);
     fillType<Zkr32f>(ks, SType::F32);
-    fillComplex<Zkr16s>(ks.cmul[int(CType::S16)], shapes);
-    fillComplex<Zkr32s>(ks.cmul[int(CType::S32)], shapes);
-    fillComplex<Zkr32f>(ks.cmul[int(CType::F32)], shapes);
+    fillComplex<Zkr16s>(ks.cmul[int(CType::S16)]);
+    fillComplex<Zkr32s>(ks.cmul[int(CType::S32)]);
+    fillComplex<Zkr32f>(ks.cmul[int(CType::F32)]);
     ks.premul[0][0] = &premulRows<Zkr8u, true>;
     ks.premul[0][1] = &premulRows<Zkr8u, false>;
     ks.premul[1][0] = &premulRows<Zkr16u, true>;

@@ -83,7 +83,7 @@ enum class PixLayout : int { C1, C3, C4, AC4, Count };
 struct Kernels {
     RowsFn elt[int(SType::Count)][int(Kop::Count)][int(Shape::Count)];
     // Complex products; a is a row (Binary, InPlace and the masked shapes) or
-    // a periodic pattern of constants.
+    // a periodic pattern of constants; the scalar shapes are not used (null).
     RowsFn cmul[int(CType::Count)][int(Shape::Count)];
     // Colour * own alpha / max, 8u and 16u: [type][C4 (alpha copied) or AC4 (alpha kept)].
     PixRowsFn premul[2][2];
