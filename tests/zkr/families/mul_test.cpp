@@ -131,7 +131,7 @@ template <class S> S refScaleWide(__int128 x, int sf) {
         if (rest > half || (rest == half && (q & 1))) ++q;
         x = q;
     } else if (sf < 0 && x != 0) {
-        if (sf < -64) return x > 0 ? S(hi) : S(lo);
+        if (sf < -40) return x > 0 ? S(hi) : S(lo);  // |x| >= 1 times 2^41 leaves every range
         x *= __int128(1) << -sf;
     }
     return S(x < lo ? lo : (x > hi ? hi : x));
