@@ -195,14 +195,14 @@ template <class S, Mode M> inline void mulSatRow(const S* a, const S* b, S* d, s
 template <class S, Kop op, Mode M>
 ZKR_NOINLINE void loopBinary(const S* __restrict a, const S* __restrict b, S* __restrict d, std::ptrdiff_t n,
                              Scale<std::int64_t> p) {
-    if constexpr (op == Kop::Mul && M == Mode::Exact && kHandMul<S>) return mulSatRow<S, M>(a, b, d, n);
-    for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = apply<S, op, M>(a[i], b[i], p);
+    if constexpr (op == Kop::Mul && M == Mode::Exact && kHandMul<S>) mulSatRow<S, M>(a, b, d, n);
+    else for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = apply<S, op, M>(a[i], b[i], p);
 }
 
 template <class S, Kop op, Mode M>
 ZKR_NOINLINE void loopInPlace(const S* __restrict a, S* __restrict d, std::ptrdiff_t n, Scale<std::int64_t> p) {
-    if constexpr (op == Kop::Mul && M == Mode::Exact && kHandMul<S>) return mulSatRow<S, M>(a, d, d, n);
-    for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = apply<S, op, M>(a[i], d[i], p);
+    if constexpr (op == Kop::Mul && M == Mode::Exact && kHandMul<S>) mulSatRow<S, M>(a, d, d, n);
+    else for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = apply<S, op, M>(a[i], d[i], p);
 }
 
 template <class S, Kop op, Mode M>

@@ -77,9 +77,6 @@ struct PixJob {
 using RowsFn = void (*)(const EltJob& job, int y0, int y1);
 using PixRowsFn = void (*)(const PixJob& job, int y0, int y1);
 
-// Pixel layouts of the whole-pixel kernels.
-enum class PixLayout : int { C1, C3, C4, AC4, Count };
-
 struct Kernels {
     RowsFn elt[int(SType::Count)][int(Kop::Count)][int(Shape::Count)];
     // Complex products; a is a row (Binary, InPlace and the masked shapes) or
