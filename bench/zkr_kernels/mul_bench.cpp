@@ -1,0 +1,100 @@
+// Clocks per pixel of zkriMul C1 (not in place) for 8u and 16s (scale factor 0) and 32f on every
+// dispatch level, next to the load/store bound (one vector of each source loaded and one stored per
+// clock: sizeof(T) / vector bytes). Two sizes: "halfL1", where the three images fill about half of a
+// 48 KB L1 (24 KB: 8192 pixels of 8u, 4096 of 16s, 2048 of 32f), and the shared L2 size.
+// clk/px counts time-stamp ticks over the whole timed loop, so on a machine shared with other work it
+// includes the time other threads held the core; cpu_clk/px counts only this thread's processor
+// time, converted to ticks at the rate the loop itself measured.
+#include <time.h>
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "bench_support.h"
+#include "zkri.h"
+
+namespace zkbench {
+namespace {
+
+template <class T> struct MulC1;
+template <> struct MulC1<Zkr8u> {
+    static constexpr const char* name = "Mul_8u_C1RSfs";
+    static constexpr ImageSize halfL1{"halfL1", 128, 64};
+    static ZkrStatus call(const Zkr8u* a, const Zkr8u* b, Zkr8u* d, int step, ZkriSize roi) {
+        return zkriMul_8u_C1RSfs(a, step, b, step, d, step, roi, 0);
+    }
+};
+template <> struct MulC1<Zkr16s> {
+    static constexpr const char* name = "Mul_16s_C1RSfs";
+    static constexpr ImageSize halfL1{"halfL1", 64, 64};
+    static ZkrStatus call(const Zkr16s* a, const Zkr16s* b, Zkr16s* d, int step, ZkriSize roi) {
+        return zkriMul_16s_C1RSfs(a, step, b, step, d, step, roi, 0);
+    }
+};
+template <> struct MulC1<Zkr32f> {
+    static constexpr const char* name = "Mul_32f_C1R";
+    static constexpr ImageSize halfL1{"halfL1", 64, 32};
+    static ZkrStatus call(const Zkr32f* a, const Zkr32f* b, Zkr32f* d, int step, ZkriSize roi) {
+        return zkriMul_32f_C1R(a, step, b, step, d, step, roi);
+    }
+};
+
+double threadCpuNs() {
+    timespec ts{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return double(ts.tv_sec) * 1e9 + double(ts.tv_nsec);
+}
+
+template <class T> void benchMul(benchmark::State& state, LevelInfo level, ImageSize size) {
+    if (zkrInitCpu(level.type) != zkrStsNoErr) {
+        state.SkipWithError("level not supported by this processor");
+        return;
+    }
+    zkrSetNumThreads(1);
+    const std::size_t n = std::size_t(size.width) * size.height;
+    Buffer<T> a(n), b(n), d(n);
+    const int step = size.width * int(sizeof(T));
+    const ZkriSize roi{size.width, size.height};
+    if (MulC1<T>::call(a.data(), b.data(), d.data(), step, roi) != zkrStsNoErr) {
+        state.SkipWithError("call failed");
+        return;
+    }
+    const auto w0 = std::chrono::steady_clock::now();
+    const double c0 = threadCpuNs();
+    const std::uint64_t t0 = ticks();
+    for (auto _ : state) {
+        MulC1<T>::call(a.data(), b.data(), d.data(), step, roi);
+        benchmark::ClobberMemory();
+    }
+    const std::uint64_t t1 = ticks();
+    const double c1 = threadCpuNs();
+    const auto w1 = std::chrono::steady_clock::now();
+    const double pixels = double(n) * double(state.iterations());
+    const double ticksPerNs = double(t1 - t0) / double(std::chrono::duration_cast<std::chrono::nanoseconds>(w1 - w0).count());
+    state.counters["clk/px"] = double(t1 - t0) / pixels;
+    const double cpuClk = (c1 - c0) * ticksPerNs / pixels;
+    state.counters["cpu_clk/px"] = cpuClk;
+    state.counters["ls_bound"] = double(sizeof(T)) / level.vectorBytes;
+    state.counters["cpu_x_bound"] = cpuClk / (double(sizeof(T)) / level.vectorBytes);
+    state.SetBytesProcessed(std::int64_t(pixels * 3 * sizeof(T)));
+    zkrInit();
+}
+
+template <class T> bool registerType() {
+    const ImageSize sizes[] = {MulC1<T>::halfL1, kSizes[1]};
+    for (const LevelInfo& level : kLevels) {
+        if (zkrInitCpu(level.type) != zkrStsNoErr) continue;
+        for (const ImageSize& size : sizes) {
+            const std::string full = std::string(MulC1<T>::name) + "/" + level.name + "/" + size.name;
+            benchmark::RegisterBenchmark(full.c_str(), &benchMul<T>, level, size)->Unit(benchmark::kMicrosecond);
+        }
+    }
+    zkrInit();
+    return true;
+}
+
+[[maybe_unused]] const bool s_registered = registerType<Zkr8u>() && registerType<Zkr16s>() && registerType<Zkr32f>();
+
+}  // namespace
+}  // namespace zkbench

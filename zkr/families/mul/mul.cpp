@@ -1,0 +1,215 @@
+// The exported functions of the multiplication family, defined from its two
+// tables: each row packs its parameters and hands them to one generic entry
+// point, which checks the arguments (pointers, then size, then steps),
+// describes the call as a job and runs the kernels of the level in force over
+// row bands.
+#include <type_traits>
+
+#include "checks.h"
+#include "mul_kernels.h"
+#include "worker_pool.h"
+#include "zkr_call.hpp"
+
+namespace zkr::mul {
+namespace {
+
+enum class Op { Mul, MulC, MulScale, MulCScale, AlphaPremul, AlphaPremulC, CompColorKey };
+
+constexpr Kop kopOf(Op op) { return op == Op::Mul || op == Op::MulC ? Kop::Mul : Kop::MulScale; }
+
+template <class Job, class Fn> void runJob(const Job& j, Fn fn, int width, int height) {
+    forRowBands(std::int64_t(width) * height, height, [&](int y0, int y1) { fn(j, y0, y1); });
+}
+
+template <class T> inline constexpr bool kComplex = ElemInfo<T>::comps == 2;
+
+// Completes `j` (operands and row geometry set) and runs it. `values`: the
+// constant of the C forms, kActive<L> elements, else nullptr.
+template <class T, Layout L>
+ZkrStatus execute(EltJob j, Kop op, bool inPlace, const T* values, ZkriSize roi) {
+    using S = typename ElemInfo<T>::S;
+    constexpr int comps = ElemInfo<T>::comps;
+    constexpr int period = Pixel<T, L>::period;
+    constexpr bool masked = L == Layout::AC4;
+    // A real one-channel constant is passed as one value; any other constant
+    // as a pattern of whole pixels (complex products need both parts).
+    const bool scalar = values && L == Layout::C1 && !kComplex<T>;
+    const bool periodic = values && !scalar;
+
+    struct {
+        alignas(64) S values[kPatternMax];
+        alignas(64) MaskOf<S> keep[kPatternMax];
+    } pattern;
+
+    j.rowLen = roi.width * period;
+    Shape shape;
+    if (scalar) {
+        j.a = values;
+        j.aStep = 0;
+        shape = inPlace ? Shape::ScalarInPlace : Shape::Scalar;
+    } else {
+        j.chunk = j.rowLen < kPatternMax ? j.rowLen : kPatternMax;
+        if (periodic) {
+            for (int i = 0; i < j.chunk; ++i) {
+                const int channel = (i / comps) % kChannels<L>;
+                pattern.values[i] = channel < kActive<L> ? componentsOf(values[channel])[i % comps] : S(0);
+            }
+            j.a = pattern.values;
+            j.aStep = 0;
+            j.aPeriodic = true;
+        }
+        if (masked) {
+            for (int i = 0; i < j.chunk; ++i)
+                pattern.keep[i] = (i % period) < 3 * comps ? MaskOf<S>(~MaskOf<S>(0)) : MaskOf<S>(0);
+            j.mask = pattern.keep;
+        }
+        shape = masked ? (inPlace ? Shape::InPlaceMasked : Shape::BinaryMasked)
+                       : (inPlace ? Shape::InPlace : Shape::Binary);
+    }
+    RowsFn fn;
+    if constexpr (kComplex<T>) fn = kernels().cmul[int(kCType<T>)][int(shape)];
+    else fn = kernels().elt[int(kSType<T>)][int(op)][int(shape)];
+    runJob(j, fn, roi.width, roi.height);
+    return zkrStsNoErr;
+}
+
+template <class A> int scaleOf(const A& a) {
+    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
+    else return 0;
+}
+
+// A constant parameter (by value or one per channel) as a pointer to its elements.
+template <class V> auto elementsOf(const V& v) {
+    if constexpr (std::is_pointer_v<V>) return v;
+    else return &v;
+}
+
+template <class T, Layout L> constexpr int pixelBytes() { return Pixel<T, L>::bytes; }
+template <class T> constexpr int componentBytes() { return int(sizeof(typename ElemInfo<T>::S)); }
+
+// Colour * own alpha / max, 8u and 16u, C4 or AC4; unary and unary_i forms.
+template <Layout L, class A> ZkrStatus premultiply(const A& a) {
+    PixJob j;
+    ZkriSize roi = a.roiSize;
+    int typeIndex;
+    if constexpr (requires { a.pSrcDst; }) {
+        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
+        typeIndex = std::is_same_v<T, Zkr8u> ? 0 : 1;
+        const ZkrStatus s = checkArgs({a.pSrcDst}, roi, {a.srcDstStep}, pixelBytes<T, L>(), componentBytes<T>());
+        if (s != zkrStsNoErr) return s;
+        j.s = a.pSrcDst, j.sStep = a.srcDstStep;
+        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
+    } else {
+        using T = std::remove_pointer_t<decltype(a.pDst)>;
+        typeIndex = std::is_same_v<T, Zkr8u> ? 0 : 1;
+        const ZkrStatus s =
+            checkArgs({a.pSrc, a.pDst}, roi, {a.srcStep, a.dstStep}, pixelBytes<T, L>(), componentBytes<T>());
+        if (s != zkrStsNoErr) return s;
+        j.s = a.pSrc, j.sStep = a.srcStep;
+        j.d = a.pDst, j.dStep = a.dstStep;
+    }
+    j.width = roi.width;
+    runJob(j, kernels().premul[typeIndex][L == Layout::AC4 ? 1 : 0], roi.width, roi.height);
+    return zkrStsNoErr;
+}
+
+// pSrc2's pixel where pSrc1's colour equals the key, else pSrc1's.
+template <Layout L, class A> ZkrStatus colorKey(const A& a) {
+    using T = std::remove_pointer_t<decltype(a.pDst)>;
+    const T* key = elementsOf(a.colorKey);
+    const ZkrStatus s = checkArgs({a.pSrc1, a.pSrc2, a.pDst, key}, a.roiSize, {a.src1Step, a.src2Step, a.dstStep},
+                                  pixelBytes<T, L>(), componentBytes<T>());
+    if (s != zkrStsNoErr) return s;
+    PixJob j;
+    j.s = a.pSrc1, j.sStep = a.src1Step;
+    j.s2 = a.pSrc2, j.s2Step = a.src2Step;
+    j.d = a.pDst, j.dStep = a.dstStep;
+    j.width = a.roiSize.width;
+    j.key = key;
+    const int typeIndex = std::is_same_v<T, Zkr8u> ? 0 : (std::is_same_v<T, Zkr16u> ? 1 : 2);
+    const int layoutIndex = L == Layout::C1 ? 0 : (L == Layout::C3 ? 1 : 2);
+    runJob(j, kernels().colorKey[typeIndex][layoutIndex], a.roiSize.width, a.roiSize.height);
+    return zkrStsNoErr;
+}
+
+// One entry point for every form of the tables; the form is told by the
+// parameters it has.
+template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
+    if constexpr (op == Op::AlphaPremul) {
+        return premultiply<L>(a);
+    } else if constexpr (op == Op::CompColorKey) {
+        return colorKey<L>(a);
+    } else if constexpr (op == Op::AlphaPremulC) {
+        // Every computed channel times alpha / max: MulCScale with alpha as the constant of each channel.
+        constexpr bool inPlace = requires { a.pSrcDst; };
+        using T = std::remove_const_t<decltype(a.alpha)>;
+        const T alphas[4] = {a.alpha, a.alpha, a.alpha, a.alpha};
+        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
+        EltJob j;
+        if constexpr (inPlace) {
+            const ZkrStatus s = checkArgs({a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
+            if (s != zkrStsNoErr) return s;
+            j.d = a.pSrcDst, j.dStep = a.srcDstStep;
+        } else {
+            const ZkrStatus s = checkArgs({a.pSrc, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
+            if (s != zkrStsNoErr) return s;
+            j.b = a.pSrc, j.bStep = a.srcStep;
+            j.d = a.pDst, j.dStep = a.dstStep;
+        }
+        return execute<T, L>(j, Kop::MulScale, inPlace, alphas, a.roiSize);
+    } else if constexpr (requires { a.pSrc1; }) {  // binary
+        using T = std::remove_pointer_t<decltype(a.pDst)>;
+        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
+        const ZkrStatus s = checkArgs({a.pSrc1, a.pSrc2, a.pDst}, a.roiSize, {a.src1Step, a.src2Step, a.dstStep}, px, cb);
+        if (s != zkrStsNoErr) return s;
+        EltJob j;
+        j.a = a.pSrc1, j.aStep = a.src1Step;
+        j.b = a.pSrc2, j.bStep = a.src2Step;
+        j.d = a.pDst, j.dStep = a.dstStep;
+        j.scale = scaleOf(a);
+        return execute<T, L>(j, kopOf(op), false, nullptr, a.roiSize);
+    } else if constexpr (requires { a.value; a.pDst; }) {  // constant
+        using T = std::remove_pointer_t<decltype(a.pDst)>;
+        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
+        const T* values = elementsOf(a.value);
+        const ZkrStatus s = checkArgs({a.pSrc, values, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
+        if (s != zkrStsNoErr) return s;
+        EltJob j;
+        j.b = a.pSrc, j.bStep = a.srcStep;
+        j.d = a.pDst, j.dStep = a.dstStep;
+        j.scale = scaleOf(a);
+        return execute<T, L>(j, kopOf(op), false, values, a.roiSize);
+    } else if constexpr (requires { a.value; }) {  // constant, in place
+        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
+        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
+        const T* values = elementsOf(a.value);
+        const ZkrStatus s = checkArgs({values, a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
+        if (s != zkrStsNoErr) return s;
+        EltJob j;
+        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
+        j.scale = scaleOf(a);
+        return execute<T, L>(j, kopOf(op), true, values, a.roiSize);
+    } else {  // binary, in place
+        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
+        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
+        const ZkrStatus s = checkArgs({a.pSrc, a.pSrcDst}, a.roiSize, {a.srcStep, a.srcDstStep}, px, cb);
+        if (s != zkrStsNoErr) return s;
+        EltJob j;
+        j.a = a.pSrc, j.aStep = a.srcStep;
+        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
+        j.scale = scaleOf(a);
+        return execute<T, L>(j, kopOf(op), true, nullptr, a.roiSize);
+    }
+}
+
+}  // namespace
+}  // namespace zkr::mul
+
+#define ZKR_FN(name, form, T, L, op)                                   \
+    ZKR_DEFINE(name, form, T) {                                        \
+        ZKR_PACK(args, form, T);                                       \
+        return zkr::mul::run<zkr::mul::Op::op, zkr::Layout::L>(args);  \
+    }
+#include "mul/mul.tbl"
+#include "mul/alphapremul_ys.tbl"
+#undef ZKR_FN
