@@ -42,11 +42,6 @@ void runJob(const AlphaJob& j, RowsFn fn, int height) {
     forRowBands(pixels, height, [&](int y0, int y1) { fn(j, y0, y1); });
 }
 
-template <class A> const void* keyOf(const A& a) {
-    if constexpr (requires { a.colorKey; }) return a.colorKey;
-    else return &a;  // any non-null pointer: the form has no key to check
-}
-
 // One entry point for every form; the form is told by the parameters it has.
 template <Lay L, class A> ZkrStatus run(const A& a) {
     using T = std::remove_const_t<std::remove_pointer_t<std::remove_pointer_t<decltype(a.pDst)>>>;
@@ -60,7 +55,9 @@ template <Lay L, class A> ZkrStatus run(const A& a) {
             j.a[p] = a.pSrc1[p], j.b[p] = a.pSrc2[p], j.d[p] = a.pDst[p];
         }
     } else {
-        if (const ZkrStatus s = checkPointers({a.pSrc1, a.pSrc2, a.pDst, keyOf(a)}); s != zkrStsNoErr) return s;
+        if (const ZkrStatus s = checkPointers({a.pSrc1, a.pSrc2, a.pDst}); s != zkrStsNoErr) return s;
+        if constexpr (requires { a.colorKey; })
+            if (!a.colorKey) return zkrStsNullPtrErr;
         j.a[0] = a.pSrc1, j.b[0] = a.pSrc2, j.d[0] = a.pDst;
     }
     if (const ZkrStatus s = checkSize(a.roiSize); s != zkrStsNoErr) return s;
