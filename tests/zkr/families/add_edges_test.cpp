@@ -2,7 +2,8 @@
 // saturation at both ends, scale factors at and past the type widths, the
 // operand order of Sub/SubC, the untouched alpha of AC4, and Complement.
 // Each case runs on every dispatch level and on a row long enough to take
-// the vector path as well as the scalar tail.
+// the vector path as well as the tail; one test walks every row length
+// around the vector blocks.
 #include "test_support.h"
 #define ZKR_TABLE "add/add.tbl"
 #include "zkr_declare.h"
@@ -207,6 +208,74 @@ TEST_F(ArithmeticEdges, ComplementConvertsOnesComplementCodes) {
             ASSERT_EQ(zkriComplement_32s_C1IR(v.data(), kRow * 4, kRoi), zkrStsNoErr);
             EXPECT_EQ(v, std::vector<Zkr32s>(kRow, want[k])) << "code " << in[k];
         }
+    });
+}
+
+// Every row length from 1 to past five vectors of the widest level (64 bytes):
+// the unrolled four-vector body, the one-vector loop and each tail length
+// (masked with AVX-512, scalar below), on one row whose buffer runs on past
+// the ROI to catch writes beyond it. want(a, b, before) is the element
+// expected from the sources and the destination before the call.
+template <class S, class Call, class Want> void checkRowLengths(const char* what, Call call, Want want) {
+    constexpr int kLongest = 5 * 64 / int(sizeof(S)) + 1, kGuard = 64;
+    std::mt19937 rng(5);
+    for (int n = 1; n <= kLongest; ++n) {
+        const std::size_t len = std::size_t(n);
+        std::vector<S> a(len), b(len), d(len + kGuard);
+        fillRandom(a, rng);
+        fillRandom(b, rng);
+        fillRandom(d, rng);
+        const std::vector<S> before = d;
+        ASSERT_EQ(call(a.data(), b.data(), d.data(), n), zkrStsNoErr) << what << " length " << n;
+        for (int i = 0; i < n; ++i) {
+            const S w = want(a[std::size_t(i)], b[std::size_t(i)], before[std::size_t(i)]);
+            ASSERT_TRUE(sameBits(d[std::size_t(i)], w)) << what << " length " << n << " at " << i << ": got "
+                                                         << +d[std::size_t(i)] << ", want " << +w;
+        }
+        for (int i = n; i < n + kGuard; ++i)
+            ASSERT_TRUE(sameBits(d[std::size_t(i)], before[std::size_t(i)])) << what << " length " << n
+                                                                              << " wrote past the row at " << i;
+    }
+}
+
+TEST_F(ArithmeticEdges, EveryRowLengthAroundTheVectorBlocks) {
+    forEachLevel([&](const Level&) {
+        checkRowLengths<Zkr8u>(
+            "Add_8u", [](const Zkr8u* a, const Zkr8u* b, Zkr8u* d, int n) {
+                return zkriAdd_8u_C1RSfs(a, n, b, n, d, n, {n, 1}, 0);
+            },
+            [](Zkr8u a, Zkr8u b, Zkr8u) { return refCombine<Zkr8u>(a, b, true, 0); });
+        checkRowLengths<Zkr16s>(
+            "Sub_16s", [](const Zkr16s* a, const Zkr16s* b, Zkr16s* d, int n) {
+                return zkriSub_16s_C1RSfs(a, 2 * n, b, 2 * n, d, 2 * n, {n, 1}, 0);
+            },
+            [](Zkr16s a, Zkr16s b, Zkr16s) { return refCombine<Zkr16s>(b, a, false, 0); });
+        checkRowLengths<Zkr16u>(
+            "Sub_16u in place", [](const Zkr16u* a, const Zkr16u*, Zkr16u* d, int n) {
+                return zkriSub_16u_C1IRSfs(a, 2 * n, d, 2 * n, {n, 1}, 0);
+            },
+            [](Zkr16u a, Zkr16u, Zkr16u before) { return refCombine<Zkr16u>(before, a, false, 0); });
+        // The constants: the value 200 with sources near both ends of the range.
+        checkRowLengths<Zkr8u>(
+            "SubC_8u", [](const Zkr8u*, const Zkr8u* b, Zkr8u* d, int n) {
+                return zkriSubC_8u_C1RSfs(b, n, Zkr8u(200), d, n, {n, 1}, 0);
+            },
+            [](Zkr8u, Zkr8u b, Zkr8u) { return refCombine<Zkr8u>(b, 200, false, 0); });
+        checkRowLengths<Zkr16s>(
+            "AddC_16s in place", [](const Zkr16s*, const Zkr16s*, Zkr16s* d, int n) {
+                return zkriAddC_16s_C1IRSfs(Zkr16s(-20000), d, 2 * n, {n, 1}, 0);
+            },
+            [](Zkr16s, Zkr16s, Zkr16s before) { return refCombine<Zkr16s>(before, -20000, true, 0); });
+        checkRowLengths<Zkr32f>(
+            "Sub_32f", [](const Zkr32f* a, const Zkr32f* b, Zkr32f* d, int n) {
+                return zkriSub_32f_C1R(a, 4 * n, b, 4 * n, d, 4 * n, {n, 1});
+            },
+            [](Zkr32f a, Zkr32f b, Zkr32f) { return refCombine<Zkr32f>(b, a, false, 0); });
+        checkRowLengths<Zkr32f>(
+            "AddC_32f in place", [](const Zkr32f*, const Zkr32f*, Zkr32f* d, int n) {
+                return zkriAddC_32f_C1IR(0.375f, d, 4 * n, {n, 1});
+            },
+            [](Zkr32f, Zkr32f, Zkr32f before) { return refCombine<Zkr32f>(before, 0.375f, true, 0); });
     });
 }
 

@@ -18,14 +18,20 @@ enum class Op { Add, Sub, AddC, SubC, Complement };
 // which the kernels get as RevSub(src1, src2) and RevSub(value, src).
 constexpr Kop kopOf(Op op) { return op == Op::Add || op == Op::AddC ? Kop::Add : Kop::RevSub; }
 
+// Jobs below the splitting threshold run at once on the calling thread,
+// without asking the pool (this is most calls, and the fixed cost counts).
 void runJob(const EltJob& j, RowsFn fn, int width, int height) {
-    forRowBands(std::int64_t(width) * height, height, [&](int y0, int y1) { fn(j, y0, y1); });
+    const std::int64_t pixels = std::int64_t(width) * height;
+    if (pixels < kMinParallelPixels) return fn(j, 0, height);
+    forRowBands(pixels, height, [&](int y0, int y1) { fn(j, y0, y1); });
 }
 
 // Completes `j` (operands and row geometry already set) and runs it.
 // `values`: the constant of AddC/SubC (kActive<L> elements), else nullptr.
+// The job is completed in place: copying it whole after setting its fields
+// one by one costs stalls on every call.
 template <class T, Layout L>
-ZkrStatus execute(EltJob j, Kop op, bool inPlace, const T* values, ZkriSize roi) {
+ZkrStatus execute(EltJob& j, Kop op, bool inPlace, const T* values, ZkriSize roi) {
     using S = typename ElemInfo<T>::S;
     constexpr int comps = ElemInfo<T>::comps;
     constexpr int period = Pixel<T, L>::period;

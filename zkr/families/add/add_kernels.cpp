@@ -1,6 +1,10 @@
 // Compiled once per instruction-set level: the build defines ZKR_LEVEL_NS
 // (base, avx2, avx512) and passes that level's code generation flags.
+#include <immintrin.h>
+
 #include <cstddef>
+#include <cstdint>
+#include <type_traits>
 #include <utility>
 
 #include "add_kernels.h"

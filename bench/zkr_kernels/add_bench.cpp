@@ -1,0 +1,129 @@
+// Clocks per pixel of zkriAdd and zkriSub C1 (not in place, scale factor 0)
+// for 8u, 16s and 32f on every dispatch level of this machine, at the shared
+// sizes (L1, L2, mem) and at "L1half", where the three buffers together fill
+// half of the L1 data cache (so 8u, 16s and 32f all run the same number of
+// vectors), next to two bounds:
+//   ls_bound   one vector of each source loaded and one vector stored per
+//              clock (2 loads + 1 store per cycle): sizeof(T) / vector bytes
+//   mem_bound  3 * sizeof(T) bytes moved per pixel at the bandwidth of a
+//              streaming copy measured here (bytes read + bytes written per
+//              clock; write-allocate traffic is not counted in either)
+// and a 1x1 row ("call") whose clk/call is the fixed cost of one call:
+// argument checks, dispatch, job set-up and the threading decision.
+// Clocks are time-stamp counter ticks (__rdtsc) over the whole timed loop;
+// on a shared machine these include the time other processes ran, so the
+// cpu_ counters give the same figures from the thread's CPU time (converted
+// to ticks at the rate the loop itself saw): the ones to read when the load
+// average is above the number of cores.
+#include <unistd.h>
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+
+#include "bench_support.h"
+#include "zkri.h"
+
+namespace zkbench {
+namespace {
+
+enum class AddOp { Add, Sub };
+
+template <class T, AddOp op> struct C1Call;
+template <AddOp op> struct C1Call<Zkr8u, op> {
+    static ZkrStatus call(const Zkr8u* a, const Zkr8u* b, Zkr8u* d, int step, ZkriSize roi) {
+        return op == AddOp::Add ? zkriAdd_8u_C1RSfs(a, step, b, step, d, step, roi, 0)
+                                : zkriSub_8u_C1RSfs(a, step, b, step, d, step, roi, 0);
+    }
+};
+template <AddOp op> struct C1Call<Zkr16s, op> {
+    static ZkrStatus call(const Zkr16s* a, const Zkr16s* b, Zkr16s* d, int step, ZkriSize roi) {
+        return op == AddOp::Add ? zkriAdd_16s_C1RSfs(a, step, b, step, d, step, roi, 0)
+                                : zkriSub_16s_C1RSfs(a, step, b, step, d, step, roi, 0);
+    }
+};
+template <AddOp op> struct C1Call<Zkr32f, op> {
+    static ZkrStatus call(const Zkr32f* a, const Zkr32f* b, Zkr32f* d, int step, ZkriSize roi) {
+        return op == AddOp::Add ? zkriAdd_32f_C1R(a, step, b, step, d, step, roi)
+                                : zkriSub_32f_C1R(a, step, b, step, d, step, roi);
+    }
+};
+
+// The L1 data cache in bytes (48 KB when the system does not say).
+double threadCpuNs() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return double(t.tv_sec) * 1e9 + double(t.tv_nsec);
+}
+
+double wallNs() {
+    timespec t{};
+    clock_gettime(CLOCK_MONOTONIC, &t);
+    return double(t.tv_sec) * 1e9 + double(t.tv_nsec);
+}
+
+long l1Bytes() {
+    const long l1 = sysconf(_SC_LEVEL1_DCACHE_SIZE);
+    return l1 > 0 ? l1 : 48 * 1024;
+}
+
+// Three images of T filling half of L1, 32 rows high.
+template <class T> ImageSize halfL1() {
+    const long pixels = l1Bytes() / 2 / 3 / long(sizeof(T));
+    return {"L1half", int(pixels / 32), 32};
+}
+
+template <class T, AddOp op> void benchC1(benchmark::State& state, LevelInfo level, ImageSize size) {
+    if (zkrInitCpu(level.type) != zkrStsNoErr) {
+        state.SkipWithError("level not supported by this processor");
+        return;
+    }
+    zkrSetNumThreads(1);
+    const std::size_t n = std::size_t(size.width) * size.height;
+    Buffer<T> a(n), b(n), d(n);
+    const int step = size.width * int(sizeof(T));
+    const ZkriSize roi{size.width, size.height};
+    if (C1Call<T, op>::call(a.data(), b.data(), d.data(), step, roi) != zkrStsNoErr) {
+        state.SkipWithError("call failed");
+        return;
+    }
+    const double c0 = threadCpuNs(), w0 = wallNs();
+    const std::uint64_t t0 = ticks();
+    for (auto _ : state) {
+        C1Call<T, op>::call(a.data(), b.data(), d.data(), step, roi);
+        benchmark::ClobberMemory();
+    }
+    const std::uint64_t t1 = ticks();
+    const double c1 = threadCpuNs(), w1 = wallNs();
+    const double calls = double(state.iterations());
+    const double pixels = double(n) * calls;
+    const double cpuTicks = (c1 - c0) * double(t1 - t0) / (w1 - w0);
+    state.counters["clk/px"] = double(t1 - t0) / pixels;
+    state.counters["clk/call"] = double(t1 - t0) / calls;
+    state.counters["cpu_clk/px"] = cpuTicks / pixels;
+    state.counters["cpu_clk/call"] = cpuTicks / calls;
+    state.counters["ls_bound"] = double(sizeof(T)) / level.vectorBytes;
+    state.counters["mem_bound"] = 3.0 * sizeof(T) / copyRate().bytesPerClock;
+    state.SetBytesProcessed(std::int64_t(pixels * 3 * sizeof(T)));
+    zkrInit();
+}
+
+template <class T, AddOp op> void registerRows(const std::string& name) {
+    registerPerLevel(name, &benchC1<T, op>);
+    for (const LevelInfo& level : kLevels) {
+        if (zkrInitCpu(level.type) != zkrStsNoErr) continue;
+        for (const ImageSize size : {halfL1<T>(), ImageSize{"call", 1, 1}}) {
+            const std::string full = name + "/" + level.name + "/" + size.name;
+            benchmark::RegisterBenchmark(full.c_str(), &benchC1<T, op>, level, size)->Unit(benchmark::kMicrosecond);
+        }
+    }
+    zkrInit();
+}
+
+[[maybe_unused]] const bool s_registered =
+    (registerRows<Zkr8u, AddOp::Add>("Add_8u_C1RSfs"), registerRows<Zkr16s, AddOp::Add>("Add_16s_C1RSfs"),
+     registerRows<Zkr32f, AddOp::Add>("Add_32f_C1R"), registerRows<Zkr8u, AddOp::Sub>("Sub_8u_C1RSfs"),
+     registerRows<Zkr16s, AddOp::Sub>("Sub_16s_C1RSfs"), registerRows<Zkr32f, AddOp::Sub>("Sub_32f_C1R"), true);
+
+}  // namespace
+}  // namespace zkbench

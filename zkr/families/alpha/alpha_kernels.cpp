@@ -1,0 +1,235 @@
+// The Alpha family's compositing kernels, compiled once per instruction-set
+// level: the build defines ZKR_LEVEL_NS (base, avx2, avx512) and passes that
+// level's code generation flags. The loops are written for the
+// auto-vectoriser: restrict pointers, the pixel as a group of four
+// components, the weights of each pixel computed once, selects instead of
+// branches; 8u runs in 32-bit integers, 16u in double (every product and sum
+// is exact there), 32f in float.
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+#include "alpha_kernels.h"
+
+#ifndef ZKR_LEVEL_NS
+#error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
+#endif
+
+#define ZKR_NOINLINE __attribute__((noinline))
+
+namespace zkr::alpha::ZKR_LEVEL_NS {
+namespace {
+
+// S: signed type of the factors, W: type of the weighted sums, max: the
+// alpha of an opaque pixel, finish: the sum over max * max to an element.
+template <class T> struct Arith;
+template <> struct Arith<Zkr8u> {
+    using S = int;
+    using W = std::uint32_t;
+    static constexpr S max = 255;
+    // Sums are below 2 * 255^3, so 2 * n + 255^2 fits 32 bits; the exact
+    // quotient is never a tie (odd divisor), the floor of (n + D/2) / D rounds it.
+    static Zkr8u finish(W n) {
+        const W r = (2 * n + 65025u) / 130050u;
+        return Zkr8u(r > 255u ? 255u : r);
+    }
+};
+template <> struct Arith<Zkr16u> {
+    using S = double;
+    using W = double;
+    static constexpr S max = 65535.0;
+    // Sums are integers below 2^50, exact in double; the quotient's error is
+    // far below its distance from any half (at least 1 / (2 * 65535^2)).
+    static Zkr16u finish(W n) {
+        const double r = n / 4294836225.0 + 0.5;
+        return r >= 65535.0 ? Zkr16u(65535) : Zkr16u(int(r));
+    }
+};
+template <> struct Arith<Zkr32f> {
+    using S = float;
+    using W = float;
+    static constexpr S max = 1.0f;
+    static Zkr32f finish(W n) { return n; }
+};
+
+template <class T> using W = typename Arith<T>::W;
+template <class T> using S = typename Arith<T>::S;
+
+// Fa and Fb of the operation in units of max, from the alphas.
+template <class T> inline W<T> factorA(const Factors& f, S<T> aB) {
+    return W<T>(S<T>(f.fa0) * Arith<T>::max + S<T>(f.fa1) * aB);
+}
+template <class T> inline W<T> factorB(const Factors& f, S<T> aA) {
+    return W<T>(S<T>(f.fb0) * Arith<T>::max + S<T>(f.fb1) * aA);
+}
+
+// ---- per-pixel alpha ------------------------------------------------------------
+
+// `pixels` interleaved pixels of four components, the fourth the alpha.
+template <class T, bool premul>
+ZKR_NOINLINE void pixelRow(const T* __restrict a, const T* __restrict b, T* __restrict d, std::ptrdiff_t pixels,
+                           Factors f) {
+    using A = Arith<T>;
+    constexpr W<T> m = W<T>(A::max);
+    for (std::ptrdiff_t p = 0; p < pixels; ++p) {
+        const T* pa = a + 4 * p;
+        const T* pb = b + 4 * p;
+        T* pd = d + 4 * p;
+        const S<T> aA = S<T>(pa[3]), aB = S<T>(pb[3]);
+        const W<T> fa = factorA<T>(f, aB), fb = factorB<T>(f, aA);
+        const W<T> wA = (premul ? m : W<T>(aA)) * fa, wB = (premul ? m : W<T>(aB)) * fb;
+        pd[0] = A::finish(W<T>(pa[0]) * wA + W<T>(pb[0]) * wB);
+        pd[1] = A::finish(W<T>(pa[1]) * wA + W<T>(pb[1]) * wB);
+        pd[2] = A::finish(W<T>(pa[2]) * wA + W<T>(pb[2]) * wB);
+        pd[3] = A::finish(W<T>(aA) * (m * fa) + W<T>(aB) * (m * fb));
+    }
+}
+
+// One plane of a planar image: values ca, cb with alphas aa, ab. The alpha
+// plane itself is the case ca == aa, cb == ab, premul (weights max * F).
+template <class T, bool premul>
+ZKR_NOINLINE void planeRow(const T* __restrict ca, const T* __restrict aa, const T* __restrict cb,
+                           const T* __restrict ab, T* __restrict d, std::ptrdiff_t n, Factors f) {
+    using A = Arith<T>;
+    constexpr W<T> m = W<T>(A::max);
+    for (std::ptrdiff_t i = 0; i < n; ++i) {
+        const S<T> aA = S<T>(aa[i]), aB = S<T>(ab[i]);
+        const W<T> wA = (premul ? m : W<T>(aA)) * factorA<T>(f, aB);
+        const W<T> wB = (premul ? m : W<T>(aB)) * factorB<T>(f, aA);
+        d[i] = A::finish(W<T>(ca[i]) * wA + W<T>(cb[i]) * wB);
+    }
+}
+
+// ---- constant alphas ----------------------------------------------------------------
+
+template <class T>
+ZKR_NOINLINE void constRow(const T* __restrict a, const T* __restrict b, T* __restrict d, std::ptrdiff_t n, W<T> wA,
+                           W<T> wB) {
+    for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = Arith<T>::finish(W<T>(a[i]) * wA + W<T>(b[i]) * wB);
+}
+
+// AC4: three colour components of every pixel, the fourth left alone.
+template <class T>
+ZKR_NOINLINE void constRowKeep(const T* __restrict a, const T* __restrict b, T* __restrict d, std::ptrdiff_t pixels,
+                               W<T> wA, W<T> wB) {
+    for (std::ptrdiff_t p = 0; p < pixels; ++p) {
+        d[4 * p] = Arith<T>::finish(W<T>(a[4 * p]) * wA + W<T>(b[4 * p]) * wB);
+        d[4 * p + 1] = Arith<T>::finish(W<T>(a[4 * p + 1]) * wA + W<T>(b[4 * p + 1]) * wB);
+        d[4 * p + 2] = Arith<T>::finish(W<T>(a[4 * p + 2]) * wA + W<T>(b[4 * p + 2]) * wB);
+    }
+}
+
+// Colour-keyed source 1: its pixels of the key's colour weigh nothing and
+// have alpha 0 for the factor of source 2.
+ZKR_NOINLINE void keyRow(const Zkr8u* __restrict a, const Zkr8u* __restrict b, Zkr8u* __restrict d,
+                         std::ptrdiff_t pixels, Factors f, int alpha1, int alpha2, Zkr8u k0, Zkr8u k1, Zkr8u k2) {
+    using A = Arith<Zkr8u>;
+    const W<Zkr8u> fa = factorA<Zkr8u>(f, alpha2);
+    const W<Zkr8u> wAOpaque = (f.premul ? 255u : W<Zkr8u>(alpha1)) * fa;
+    const W<Zkr8u> fbOpaque = factorB<Zkr8u>(f, alpha1), fbKeyed = factorB<Zkr8u>(f, 0);
+    const W<Zkr8u> weightB = f.premul ? 255u : W<Zkr8u>(alpha2);
+    for (std::ptrdiff_t p = 0; p < pixels; ++p) {
+        const Zkr8u* pa = a + 4 * p;
+        const Zkr8u* pb = b + 4 * p;
+        Zkr8u* pd = d + 4 * p;
+        const bool keyed = (pa[0] == k0) & (pa[1] == k1) & (pa[2] == k2);
+        const W<Zkr8u> wA = keyed ? 0u : wAOpaque;
+        const W<Zkr8u> wB = weightB * (keyed ? fbKeyed : fbOpaque);
+        pd[0] = A::finish(W<Zkr8u>(pa[0]) * wA + W<Zkr8u>(pb[0]) * wB);
+        pd[1] = A::finish(W<Zkr8u>(pa[1]) * wA + W<Zkr8u>(pb[1]) * wB);
+        pd[2] = A::finish(W<Zkr8u>(pa[2]) * wA + W<Zkr8u>(pb[2]) * wB);
+    }
+}
+
+// ---- rows of a job --------------------------------------------------------------
+
+template <class T> inline T* rowOf(void* base, std::ptrdiff_t step, int y) {
+    return reinterpret_cast<T*>(static_cast<char*>(base) + step * y);
+}
+template <class T> inline const T* rowOf(const void* base, std::ptrdiff_t step, int y) {
+    return reinterpret_cast<const T*>(static_cast<const char*>(base) + step * y);
+}
+
+// Rows of `comps` components stored without gaps in all three images run as
+// one long row: returns the components per call and the number of calls.
+inline std::pair<std::ptrdiff_t, int> spans(const AlphaJob& j, std::ptrdiff_t rowBytes, std::ptrdiff_t comps, int y0,
+                                            int y1) {
+    const bool flat = j.aStep == rowBytes && j.bStep == rowBytes && j.dStep == rowBytes;
+    return flat ? std::pair<std::ptrdiff_t, int>{comps * (y1 - y0), 1} : std::pair<std::ptrdiff_t, int>{comps, y1 - y0};
+}
+
+template <class T, bool premul> void pixelInterleaved(const AlphaJob& j, int y0, int y1) {
+    const auto [n, rows] = spans(j, std::ptrdiff_t(j.width) * 4 * std::ptrdiff_t(sizeof(T)), j.width, y0, y1);
+    for (int r = 0; r < rows; ++r) {
+        const int y = y0 + r;
+        pixelRow<T, premul>(rowOf<T>(j.a[0], j.aStep, y), rowOf<T>(j.b[0], j.bStep, y), rowOf<T>(j.d[0], j.dStep, y),
+                            n, j.f);
+    }
+}
+
+template <class T, bool premul> void pixelPlanar(const AlphaJob& j, int y0, int y1) {
+    const auto [n, rows] = spans(j, std::ptrdiff_t(j.width) * std::ptrdiff_t(sizeof(T)), j.width, y0, y1);
+    for (int r = 0; r < rows; ++r) {
+        const int y = y0 + r;
+        const T* aa = rowOf<T>(j.a[3], j.aStep, y);
+        const T* ab = rowOf<T>(j.b[3], j.bStep, y);
+        for (int c = 0; c < 3; ++c)
+            planeRow<T, premul>(rowOf<T>(j.a[c], j.aStep, y), aa, rowOf<T>(j.b[c], j.bStep, y), ab,
+                                rowOf<T>(j.d[c], j.dStep, y), n, j.f);
+        planeRow<T, true>(aa, aa, ab, ab, rowOf<T>(j.d[3], j.dStep, y), n, j.f);
+    }
+}
+
+template <class T> void constant(const AlphaJob& j, int y0, int y1) {
+    using A = Arith<T>;
+    constexpr W<T> m = W<T>(A::max);
+    const S<T> alpha1 = S<T>(j.alpha1), alpha2 = S<T>(j.alpha2);
+    const W<T> wA = (j.f.premul ? m : W<T>(alpha1)) * factorA<T>(j.f, alpha2);
+    const W<T> wB = (j.f.premul ? m : W<T>(alpha2)) * factorB<T>(j.f, alpha1);
+    const std::ptrdiff_t perRow = std::ptrdiff_t(j.width) * j.channels;
+    const auto [n, rows] = spans(j, perRow * std::ptrdiff_t(sizeof(T)), j.keepLast ? j.width : perRow, y0, y1);
+    for (int r = 0; r < rows; ++r) {
+        const int y = y0 + r;
+        const T* a = rowOf<T>(j.a[0], j.aStep, y);
+        const T* b = rowOf<T>(j.b[0], j.bStep, y);
+        T* d = rowOf<T>(j.d[0], j.dStep, y);
+        if (j.keepLast) constRowKeep<T>(a, b, d, n, wA, wB);
+        else constRow<T>(a, b, d, n, wA, wB);
+    }
+}
+
+void colorKey8u(const AlphaJob& j, int y0, int y1) {
+    const auto* key = static_cast<const Zkr8u*>(j.key);
+    const auto [n, rows] = spans(j, std::ptrdiff_t(j.width) * 4, j.width, y0, y1);
+    for (int r = 0; r < rows; ++r) {
+        const int y = y0 + r;
+        keyRow(rowOf<Zkr8u>(j.a[0], j.aStep, y), rowOf<Zkr8u>(j.b[0], j.bStep, y), rowOf<Zkr8u>(j.d[0], j.dStep, y), n,
+               j.f, int(j.alpha1), int(j.alpha2), key[0], key[1], key[2]);
+    }
+}
+
+template <class T> constexpr void fillType(Kernels& ks) {
+    constexpr int t = int(ATypeOf<T>::id);
+    ks.pixelInterleaved[t][0] = &pixelInterleaved<T, false>;
+    ks.pixelInterleaved[t][1] = &pixelInterleaved<T, true>;
+    ks.pixelPlanar[t][0] = &pixelPlanar<T, false>;
+    ks.pixelPlanar[t][1] = &pixelPlanar<T, true>;
+    ks.constant[t] = &constant<T>;
+}
+
+constexpr Kernels makeKernels() {
+    Kernels ks{};
+    fillType<Zkr8u>(ks);
+    fillType<Zkr16u>(ks);
+    fillType<Zkr32f>(ks);
+    ks.colorKey8u = &colorKey8u;
+    return ks;
+}
+
+}  // namespace
+
+constinit const Kernels kernels = makeKernels();
+
+}  // namespace zkr::alpha::ZKR_LEVEL_NS
+
+#undef ZKR_NOINLINE
