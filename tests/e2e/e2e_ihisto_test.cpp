@@ -24,7 +24,7 @@ TEST(HistoFamily, ListsEveryFunctionPerBase) {
 }
 
 TEST(HistoFamily, MeasuresEveryFunctionOk) {
-    const Outcome r = quill("-B -LP -tTimiHisto -dSize=32x8 -dMethod=Manual -dNumLoops=2");
+    const Outcome r = quill("-B -LP -t=TimiHisto -dSize=32x8 -dMethod=Manual -dNumLoops=2");
     EXPECT_EQ(r.status, 0) << r.out;
     const std::vector<PerfLine> perf = perfLines(r.out);
     EXPECT_EQ(perf.size(), 130u);
@@ -52,4 +52,21 @@ TEST(HistoFamily, TooFewLevelsForTheCubicTableAreRefused) {
     const Outcome r = quill("-B -f=zkriLUT_Cubic_8u_C1R -dSize=16x16 -dnLevels=3 -dMethod=Manual -dNumLoops=2");
     EXPECT_TRUE(r.has("-- nLevels out of range 4..65536: 3")) << r.out;
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 0) << r.out;
+}
+
+TEST(LUTPaletteFamily, ListsAndMeasuresEveryFunction) {
+    EXPECT_EQ(listedBases("TimiLUTPalette"), (std::map<std::string, int>{{"LUTPalette", 15}, {"LUTPaletteSwap", 2}}));
+    const Outcome r = quill("-B -LP -t=TimiLUTPalette -dSize=32x8 -dMethod=Manual -dNumLoops=2");
+    EXPECT_EQ(r.status, 0) << r.out;
+    const std::vector<PerfLine> perf = perfLines(r.out);
+    EXPECT_EQ(perf.size(), 17u);
+    for (const PerfLine& p : perf) EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
+    EXPECT_EQ(summaryCount(r.out, ".Successes"), 17);
+}
+
+TEST(LUTPaletteFamily, BitSizeBeyondTheIndexTypeIsRefused) {
+    const Outcome r = quill("-B -f=zkriLUTPalette_8u_C1R -f=zkriLUTPalette_16u_C1R -dSize=16x16 -dnBitSize=12 "
+                            "-dMethod=Manual -dNumLoops=2");
+    EXPECT_TRUE(r.has("-- nBitSize out of range 1..8: 12")) << r.out;
+    EXPECT_EQ(summaryCount(r.out, ".Successes"), 1) << r.out;  // the 16u one takes 12 bits
 }

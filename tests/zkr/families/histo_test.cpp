@@ -13,6 +13,9 @@
 
 #define ZKR_TABLE "histo/histo.tbl"
 #include "zkr_declare.h"
+#undef ZKR_TABLE
+#define ZKR_TABLE "histo/lutpalette.tbl"
+#include "zkr_declare.h"
 
 namespace zkrtest {
 namespace {
@@ -384,13 +387,13 @@ TEST_F(LibraryStateTest, HistoThreadSplitsGiveTheSameResults) {
         ASSERT_EQ(zkrSetNumThreads(threads), zkrStsNoErr);
         HistoBag b = makeBag<Zkr16s>(*hist, ch, st, src.roi(), src.stepBytes(), nullptr, 0, big);
         ASSERT_EQ(hist->call(b), zkrStsNoErr);
-        std::vector<Zkr16s>& out = threads == 1 ? outOne : outTwo;
-        HistoBag l = makeBag<Zkr16s>(*lut, ch, st, src.roi(), src.stepBytes(), out.data(), src.stepBytes(), big);
-        ASSERT_EQ(lut->call(l), zkrStsNoErr);
         for (int k = 0; k < 3; ++k) {
             if (threads == 1) one[k] = ch.hist[k];
             else EXPECT_EQ(ch.hist[k], one[k]) << "channel " << k;
         }
+        std::vector<Zkr16s>& out = threads == 1 ? outOne : outTwo;
+        HistoBag l = makeBag<Zkr16s>(*lut, ch, st, src.roi(), src.stepBytes(), out.data(), src.stepBytes(), big);
+        ASSERT_EQ(lut->call(l), zkrStsNoErr);
     }
     EXPECT_EQ(outOne, outTwo);
     long total = 0;
@@ -444,6 +447,153 @@ TEST_F(LibraryStateTest, HistoArgumentErrors) {
               zkrStsRangeErr);
     EXPECT_EQ(call("zkriCountInRange_8u_C1R", 2, [](HistoBag&, Channels&, Store& s) { s.lowB[0] = s.upB[0] = 9; }),
               zkrStsNoErr);
+}
+
+// ---- palettes -----------------------------------------------------------------------------
+
+struct PaletteBag : Bag {
+    const void* pTable = nullptr;
+    int nBitSize = 0;
+};
+
+struct PaletteCase {
+    std::string name, form;
+    bool swap, inPlace;
+    int channels, active, indexBits;
+    ZkrStatus (*call)(const PaletteBag&);
+    void (*check)(const PaletteCase&, int bits, std::mt19937& rng);
+};
+
+// Random source, random palettes; every written component against table[c][index & mask], the
+// alpha of AC4 and everything outside the ROI untouched.
+template <class T, class D> void checkPalette(const PaletteCase& c, int bits, std::mt19937& rng) {
+    Plane<T> src(kRoi.width, kRoi.height, c.channels, randomPadding(rng), rng);
+    Plane<D> dst(kRoi.width, kRoi.height, c.channels, randomPadding(rng), rng);
+    std::vector<D> tables[4];
+    const void* ptrs[4] = {};
+    for (int k = 0; k < c.active; ++k) {
+        tables[k].resize(std::size_t(1) << bits);
+        for (D& v : tables[k]) v = D(rng());
+        ptrs[k] = tables[k].data();
+    }
+    const Plane<T> original = src;
+    const std::vector<D> before = dst.data;
+    PaletteBag b;
+    b.roiSize = kRoi;
+    b.pSrc = src.roi(), b.srcStep = src.stepBytes();
+    b.pDst = dst.roi(), b.dstStep = dst.stepBytes();
+    if constexpr (std::is_same_v<T, D>) {
+        if (c.inPlace) b.pSrcDst = src.roi(), b.srcDstStep = src.stepBytes();
+    }
+    b.pTable = c.channels == 1 ? ptrs[0] : static_cast<const void*>(ptrs);
+    b.nBitSize = bits;
+    ASSERT_EQ(c.call(b), zkrStsNoErr);
+    const unsigned mask = (1u << bits) - 1u;
+    auto result = [&](int y, int i) -> D {
+        if constexpr (std::is_same_v<T, D>) {
+            if (c.inPlace) return src.at(y, i);
+        }
+        return dst.at(y, i);
+    };
+    for (int y = 0; y < kRoi.height; ++y)
+        for (int x = 0; x < kRoi.width; ++x)
+            for (int k = 0; k < c.channels; ++k) {
+                const int i = x * c.channels + k;
+                if (k >= c.active) {
+                    const D kept = c.inPlace ? D(original.at(y, i))
+                                             : before[std::size_t(y + dst.pad.top) * dst.stride + dst.pad.left * c.channels + i];
+                    ASSERT_EQ(result(y, i), kept) << "alpha written at " << x << "," << y;
+                    continue;
+                }
+                const int from = c.swap ? c.active - 1 - k : k;
+                const D want = tables[k][original.at(y, x * c.channels + from) & mask];
+                ASSERT_EQ(result(y, i), want) << "at " << x << "," << y << " channel " << k;
+            }
+    if (!c.inPlace)
+        for (std::size_t i = 0; i < dst.data.size(); ++i)
+            if (!dst.insideRoi(i)) ASSERT_EQ(dst.data[i], before[i]) << "outside the ROI at " << i;
+}
+
+template <class T, class D>
+PaletteCase describePalette(const char* name, const char* form, const char* layout, const char* op,
+                            ZkrStatus (*call)(const PaletteBag&)) {
+    const std::string l = layout, f = form;
+    PaletteCase c;
+    c.name = name, c.form = f;
+    c.swap = std::string(op) == "PaletteSwap";
+    c.inPlace = f == "palette_i" || f == "palette_ic";
+    c.channels = l == "C1" ? 1 : (l == "C3" ? 3 : 4);
+    c.active = l == "C4" ? 4 : (l == "C1" ? 1 : 3);
+    c.indexBits = int(8 * sizeof(T));
+    c.call = call;
+    c.check = &checkPalette<T, D>;
+    return c;
+}
+
+const std::vector<PaletteCase>& paletteCases() {
+    static const std::vector<PaletteCase> cases = [] {
+        std::vector<PaletteCase> v;
+#define ZKR_FN(name, form, T, D, L, op)                    \
+    v.push_back(describePalette<T, D>(#name, #form, #L, #op, \
+                                      [](const PaletteBag& b) { return ZKR_CALL(b, name, form, T, D); }));
+#include "histo/lutpalette.tbl"
+#undef ZKR_FN
+        return v;
+    }();
+    return cases;
+}
+
+class PaletteForms : public LibraryStateTest, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(PaletteForms, EveryFunctionOfTheFormMatchesTheReferenceOnEveryLevel) {
+    const std::string form = GetParam();
+    std::mt19937 rng(99);
+    forEachLevel([&](const Level&) {
+        forEachCase(
+            paletteCases(), [&](const PaletteCase& c) { return c.form == form; },
+            [&](const PaletteCase& c) {
+                for (int bits : {1, 5, c.indexBits}) {
+                    SCOPED_TRACE("nBitSize " + std::to_string(bits));
+                    c.check(c, bits, rng);
+                    if (::testing::Test::HasFailure()) return;
+                }
+            });
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, PaletteForms, ::testing::Values("palette", "palette_c", "palette_i", "palette_ic"));
+
+TEST(PaletteTable, CountsPerBaseAndBitSizeChecks) {
+    std::map<std::string, int> bases;
+    for (const PaletteCase& c : paletteCases()) ++bases[c.name.substr(4, c.name.find('_') - 4)];
+    EXPECT_EQ(bases, (std::map<std::string, int>{{"LUTPalette", 15}, {"LUTPaletteSwap", 2}}));
+
+    // The bit size must fit the index type; pointers, size and steps come first.
+    std::mt19937 rng(5);
+    Plane<Zkr16u> src(4, 2, 1, Padding{}, rng);
+    std::vector<Zkr32u> dst(8), table(std::size_t(1) << 16);
+    for (const PaletteCase& c : paletteCases()) {
+        if (c.name != "zkriLUTPalette_16u32u_C1R") continue;
+        PaletteBag b;
+        b.pSrc = src.roi(), b.srcStep = src.stepBytes(), b.pDst = dst.data(), b.dstStep = 4 * 4;
+        b.roiSize = {4, 2}, b.pTable = table.data();
+        for (int bits : {1, 16}) {
+            b.nBitSize = bits;
+            EXPECT_EQ(c.call(b), zkrStsNoErr) << bits;
+        }
+        for (int bits : {0, 17, -1}) {
+            b.nBitSize = bits;
+            EXPECT_EQ(c.call(b), zkrStsBadArgErr) << bits;
+        }
+        b.nBitSize = 4;
+        PaletteBag n = b;
+        n.pTable = nullptr;
+        EXPECT_EQ(c.call(n), zkrStsNullPtrErr);
+        n = b, n.dstStep = 4 * 4 - 1;
+        EXPECT_EQ(c.call(n), zkrStsStepErr);  // a 32u row is 16 bytes
+        n = b, n.roiSize = {4, 0};
+        EXPECT_EQ(c.call(n), zkrStsSizeErr);
+    }
 }
 
 }  // namespace

@@ -18,7 +18,7 @@
 namespace zkr::histo {
 namespace {
 
-enum class Op { HistRange, HistEven, Lut, LutLinear, LutCubic, CountInRange };
+enum class Op { HistRange, HistEven, Lut, LutLinear, LutCubic, CountInRange, Palette, PaletteSwap };
 
 constexpr int kChunks = 16;
 constexpr std::int64_t kChunkPixels = 16384;
@@ -33,6 +33,12 @@ template <class P, class A> P perChannel(A arg, int c) {
     if constexpr (std::is_pointer_v<A> && std::is_pointer_v<std::remove_pointer_t<A>>) return arg[c];
     else if constexpr (std::is_pointer_v<A> && !std::is_pointer_v<P>) return arg[c];
     else return arg;
+}
+
+// The source of a look-up form: the image itself when in place.
+template <class Args> auto sourceOf(const Args& a) {
+    if constexpr (requires { a.pSrcDst; }) return static_cast<const std::remove_pointer_t<decltype(a.pSrcDst)>*>(a.pSrcDst);
+    else return a.pSrc;
 }
 
 // The destination of a look-up form: the image itself when in place.
@@ -229,8 +235,52 @@ template <Layout L, class A> ZkrStatus runCount(const A& a) {
     return zkrStsNoErr;
 }
 
+// ---- palettes --------------------------------------------------------------------------
+
+template <class T, class D> constexpr PType paletteTypeOf() {
+    if constexpr (std::is_same_v<D, Zkr32u>) return std::is_same_v<T, Zkr8u> ? PType::U8U32 : PType::U16U32;
+    else return std::is_same_v<T, Zkr8u> ? PType::U8U8 : PType::U16U16;
+}
+
+template <Op op, Layout L, class A> ZkrStatus runPalette(const A& a) {
+    constexpr bool inPlace = requires { a.pSrcDst; };
+    using D = std::remove_pointer_t<decltype(destinationOf(a))>;
+    constexpr int channels = kActive<L>;
+    const void* src;
+    void* dst;
+    int srcStep, dstStep;
+    if constexpr (inPlace) src = a.pSrcDst, dst = a.pSrcDst, srcStep = dstStep = a.srcDstStep;
+    else src = a.pSrc, dst = a.pDst, srcStep = a.srcStep, dstStep = a.dstStep;
+    using T = std::remove_const_t<std::remove_pointer_t<decltype(sourceOf(a))>>;
+
+    if (const ZkrStatus s = checkPointers({src, dst, a.pTable}); s != zkrStsNoErr) return s;
+    if constexpr (L != Layout::C1)
+        for (int c = 0; c < channels; ++c)
+            if (const ZkrStatus s = checkPointers({a.pTable[c]}); s != zkrStsNoErr) return s;
+    if (const ZkrStatus s = checkSize(a.roiSize); s != zkrStsNoErr) return s;
+    const std::int64_t srcRow = std::int64_t(a.roiSize.width) * Pixel<T, L>::bytes;
+    const std::int64_t dstRow = std::int64_t(a.roiSize.width) * Pixel<D, L>::bytes;
+    if (const ZkrStatus s = checkSteps({srcStep}, srcRow, int(sizeof(T))); s != zkrStsNoErr) return s;
+    if (const ZkrStatus s = checkSteps({dstStep}, dstRow, int(sizeof(D))); s != zkrStsNoErr) return s;
+    if (a.nBitSize < 1 || a.nBitSize > int(8 * sizeof(T))) return zkrStsBadArgErr;
+
+    PaletteJob j;
+    j.src = src, j.srcStep = srcStep, j.dst = dst, j.dstStep = dstStep;
+    j.width = a.roiSize.width, j.period = kChannels<L>, j.channels = channels;
+    j.mask = unsigned((1u << a.nBitSize) - 1u);
+    for (int c = 0; c < channels; ++c) {
+        j.table[c] = perChannel<const D*>(a.pTable, c);
+        j.srcChannel[c] = op == Op::PaletteSwap ? channels - 1 - c : c;
+    }
+    const PaletteFn fn = kernels().palette[int(paletteTypeOf<T, D>())];
+    forRowBands(std::int64_t(a.roiSize.width) * a.roiSize.height, a.roiSize.height,
+                [&](int y0, int y1) { fn(j, y0, y1); });
+    return zkrStsNoErr;
+}
+
 template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
-    if constexpr (op == Op::HistRange || op == Op::HistEven) return runHist<op, L>(a);
+    if constexpr (op == Op::Palette || op == Op::PaletteSwap) return runPalette<op, L>(a);
+    else if constexpr (op == Op::HistRange || op == Op::HistEven) return runHist<op, L>(a);
     else if constexpr (op == Op::CountInRange) return runCount<L>(a);
     else return runLut<op, L>(a);
 }
@@ -244,4 +294,5 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
         return zkr::histo::run<zkr::histo::Op::op, zkr::Layout::L>(args);     \
     }
 #include "histo/histo.tbl"
+#include "histo/lutpalette.tbl"
 #undef ZKR_FN

@@ -128,6 +128,28 @@ template <class T> void countRange(const CountJob& j, int y0, int y1, std::int64
     }
 }
 
+// ---- palettes ------------------------------------------------------------------------
+
+template <class T, class D> void palette(const PaletteJob& j, int y0, int y1) {
+    const T mask = T(j.mask);
+    for (int y = y0; y < y1; ++y) {
+        const T* s = rowOf<T>(j.src, j.srcStep, y);
+        D* d = rowOf<D>(j.dst, j.dstStep, y);
+        if (j.period == 1) {
+            const D* t = static_cast<const D*>(j.table[0]);
+            for (int x = 0; x < j.width; ++x) d[x] = t[s[x] & mask];
+            continue;
+        }
+        for (int x = 0; x < j.width; ++x) {
+            const std::ptrdiff_t p = std::ptrdiff_t(x) * j.period;
+            // Read every channel first: in place, a swapped channel is written before it is read.
+            T v[kMaxChannels];
+            for (int c = 0; c < j.channels; ++c) v[c] = s[p + j.srcChannel[c]];
+            for (int c = 0; c < j.channels; ++c) d[p + c] = static_cast<const D*>(j.table[c])[v[c] & mask];
+        }
+    }
+}
+
 template <class T> constexpr LutFn lutsOf(LutKind k) {
     switch (k) {
         case LutKind::Step: return &lutSearch<T, LutKind::Step>;
@@ -141,6 +163,7 @@ template <class T> constexpr LutFn lutsOf(LutKind k) {
 extern const Kernels kernels;
 const Kernels kernels = {
     {&hist8u, &histSearch<Zkr16u>, &histSearch<Zkr16s>, &histSearch<Zkr32f>},
+    {&palette<Zkr8u, Zkr8u>, &palette<Zkr16u, Zkr16u>, &palette<Zkr8u, Zkr32u>, &palette<Zkr16u, Zkr32u>},
     {{&lut8u, &lut8u, &lut8u},
      {lutsOf<Zkr16u>(LutKind::Step), lutsOf<Zkr16u>(LutKind::Linear), lutsOf<Zkr16u>(LutKind::Cubic)},
      {lutsOf<Zkr16s>(LutKind::Step), lutsOf<Zkr16s>(LutKind::Linear), lutsOf<Zkr16s>(LutKind::Cubic)},

@@ -126,8 +126,26 @@ struct CountJob {
 // Adds the counts of rows [y0, y1) to counts[c].
 using CountFn = void (*)(const CountJob& job, int y0, int y1, std::int64_t* counts);
 
+// Palette look-up: dst channel c = table[c][src channel srcChannel[c] & mask].
+struct PaletteJob {
+    const void* src = nullptr;
+    std::ptrdiff_t srcStep = 0;
+    void* dst = nullptr;
+    std::ptrdiff_t dstStep = 0;
+    int width = 0;
+    int period = 1;
+    int channels = 1;
+    const void* table[kMaxChannels] = {};
+    int srcChannel[kMaxChannels] = {0, 1, 2, 3};
+    unsigned mask = 0;
+};
+using PaletteFn = void (*)(const PaletteJob& job, int y0, int y1);
+// Source and palette types of the palette kernels.
+enum class PType : int { U8U8, U16U16, U8U32, U16U32, Count };
+
 struct Kernels {
     HistFn hist[int(HType::Count)];
+    PaletteFn palette[int(PType::Count)];
     LutFn lut[int(HType::Count)][int(LutKind::Count)];
     CountFn count[int(HType::Count)];
 };
