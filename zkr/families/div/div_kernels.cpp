@@ -4,13 +4,14 @@
 // The row loops are written for the auto-vectoriser: restrict pointers, one
 // statement per element, saturation and special cases by selects, no calls.
 //
-// Integer quotients of 8- and 16-bit values are taken in float: dividend and
-// divisor are exact there, and the exact quotient x / y lies at least
-// 1 / (2 |x|) >= 2^-17 (relative) away from any rounding boundary (a tie
-// or, for truncation, an integer) unless it is exactly on one, where the
-// float quotient is exact too. The float quotient's error (2^-24 relative) can
-// therefore never move a result across a boundary, so every rounding mode
-// gives the exactly rounded result. Complex 16-bit quotients use double by
+// Integer quotients of 8- and 16-bit values are taken in float for scale
+// factors >= 0: dividend and divisor are exact there, and the exact quotient
+// x / y * 2^-sf lies at least 1 / (2 |x|) >= 2^-17 (relative) away from any
+// rounding boundary (a tie or, for truncation, an integer) unless it is
+// exactly on one, where the float quotient is exact too. The float quotient's
+// error (2^-24 relative) can therefore never move a result across a boundary,
+// so every rounding mode gives the exactly rounded result. Negative scale
+// factors use double (see IntDiv). Complex 16-bit quotients use double by
 // the same argument (numerators below 2^32); complex 32-bit ones, whose
 // products need 64 bits and more, are computed exactly in 128-bit integers.
 // A zero divisor is replaced by one before dividing, so integer division
@@ -53,29 +54,46 @@ inline double pow2d(int e) {  // 2^e for |e| <= 1022
     return __builtin_bit_cast(double, std::uint64_t(e + 1023) << 52);
 }
 
-template <class S, Rnd R> struct IntDiv {
-    static constexpr float lo = float(std::numeric_limits<S>::min());
-    static constexpr float hi = float(std::numeric_limits<S>::max());
-    float mul;  // 2^-sf
-    explicit IntDiv(int sf) : mul(pow2f(-clampScale(sf, 48))) {}
+// Float (W = float) serves scale factors >= 0. A negative scale factor puts
+// ties 2^sf times closer (relative) to the quotient x / y: up to 2^-33 away
+// for results within 16 bits, so those run in double (W = double).
+template <class W> struct Wide;
+template <> struct Wide<float> {
+    using I = std::int32_t;
+    static constexpr float magic = 0x1.8p23f;  // adding and removing it rounds |q| < 2^22, ties to even
+    static constexpr I plusHalf = 0x3f000000, minusHalf = I(0xbf000000u);
+    static float pow2(int e) { return pow2f(e); }
+};
+template <> struct Wide<double> {
+    using I = std::int64_t;
+    static constexpr double magic = 0x1.8p52;
+    static constexpr I plusHalf = 0x3fe0000000000000LL, minusHalf = I(0xbfe0000000000000uLL);
+    static double pow2(int e) { return pow2d(e); }
+};
+
+template <class S, Rnd R, class W> struct IntDiv {
+    using Wd = Wide<W>;
+    using I = typename Wd::I;
+    static constexpr W lo = W(std::numeric_limits<S>::min());
+    static constexpr W hi = W(std::numeric_limits<S>::max());
+    W mul;  // 2^-sf
+    explicit IntDiv(int sf) : mul(Wd::pow2(-clampScale(sf, 48))) {}
     S operator()(S x, S y) const {
         const S ySafe = y == S(0) ? S(1) : y;
-        float q = float(x) / float(ySafe) * mul;
+        W q = W(x) / W(ySafe) * mul;
         q = q < lo ? lo : (q > hi ? hi : q);
-        std::int32_t v;
+        I v;
         if constexpr (R == Rnd::Near) {
-            // Adding and removing 1.5 * 2^23 rounds |q| < 2^22 to an integer, ties to even.
-            v = std::int32_t((q + 0x1.8p23f) - 0x1.8p23f);
+            v = I((q + Wd::magic) - Wd::magic);
         } else if constexpr (R == Rnd::Zero) {
-            v = std::int32_t(q);
+            v = I(q);
         } else {
             // Nearest with ties to even, then ties moved away from zero: a tie shows as a
             // difference of exactly +-0.5 (compared as bit patterns, which vectorises).
-            const float nr = (q + 0x1.8p23f) - 0x1.8p23f;
-            const std::int32_t iq = __builtin_bit_cast(std::int32_t, q);
-            const std::int32_t id = __builtin_bit_cast(std::int32_t, q - nr);
-            v = std::int32_t(nr) + std::int32_t((iq > 0) & (id == 0x3f000000)) -
-                std::int32_t((iq < 0) & (id == std::int32_t(0xbf000000u)));
+            const W nr = (q + Wd::magic) - Wd::magic;
+            const I iq = __builtin_bit_cast(I, q);
+            const I id = __builtin_bit_cast(I, W(q - nr));
+            v = I(nr) + I((iq > 0) & (id == Wd::plusHalf)) - I((iq < 0) & (id == Wd::minusHalf));
         }
         S sat = x > S(0) ? S(hi) : S(0);
         if constexpr (std::is_signed_v<S>) sat = x < S(0) ? S(lo) : sat;
@@ -136,13 +154,24 @@ struct C32SDiv {
     Zkr32s part(I128 n, I128 den, Zkr32s x, bool zero) const {
         if (zero) return x > 0 ? INT32_MAX : (x < 0 ? INT32_MIN : 0);
         if (n == 0) return 0;
-        I128 num = n < 0 ? -n : n, d = den;
-        if (sf >= 64) return 0;  // |quotient| <= 2^63 / 2^64: rounds to 0
-        if (sf <= -64) return n < 0 ? INT32_MIN : INT32_MAX;  // |quotient| >= 2^64 / 2^63
-        if (sf >= 0) d <<= sf;
-        else num <<= -sf;
-        I128 q = num / d;
-        const I128 rem = num - q * d;
+        const Zkr32s sat = n < 0 ? INT32_MIN : INT32_MAX;
+        if (sf >= 64) return 0;       // |quotient| <= 2^63 / 2^64: rounds to 0
+        if (sf <= -96) return sat;    // |quotient| >= 2^96 / 2^63 = 2^33
+        I128 num = n < 0 ? -n : n, d = den, q, rem;
+        if (sf >= 0) {
+            d <<= sf;  // <= 2^126
+            q = num / d;
+            rem = num - q * d;
+        } else {
+            // num * 2^k / d in two steps, each within 127 bits: 2^63 first, the rest (< 2^33) then.
+            const int k1 = -sf < 63 ? -sf : 63, k2 = -sf - k1;
+            const I128 n1 = num << k1;
+            const I128 q1 = n1 / d, r1 = n1 - q1 * d;
+            if (q1 >= (I128(1) << 33)) return sat;
+            const I128 n2 = r1 << k2;  // r1 < d <= 2^63
+            q = (q1 << k2) + n2 / d;
+            rem = n2 % d;
+        }
         if (2 * rem > d || (2 * rem == d && (q & 1) != 0)) ++q;
         if (n < 0) q = -q;
         return q > INT32_MAX ? INT32_MAX : (q < INT32_MIN ? INT32_MIN : Zkr32s(q));
@@ -241,8 +270,10 @@ template <> struct Traits<EType::C32F> { using S = Zkr32f; static constexpr bool
 template <EType t, Rnd R, bool alpha, bool inPlace> bool rows(const DivJob& j, int y0, int y1) {
     using Tr = Traits<t>;
     using S = typename Tr::S;
-    if constexpr (t == EType::U8 || t == EType::U16 || t == EType::S16)
-        return runRows<S, false, alpha, inPlace>(j, y0, y1, IntDiv<S, R>(j.scale));
+    if constexpr (t == EType::U8 || t == EType::U16 || t == EType::S16) {
+        if (j.scale >= 0) return runRows<S, false, alpha, inPlace>(j, y0, y1, IntDiv<S, R, float>(j.scale));
+        return runRows<S, false, alpha, inPlace>(j, y0, y1, IntDiv<S, R, double>(j.scale));
+    }
     else
         return runRows<S, Tr::cplx, alpha, inPlace>(j, y0, y1, typename Tr::F(j.scale));
 }
