@@ -22,7 +22,9 @@
 // conversion or comparison as control flow and leaves the loops scalar. No
 // result changes: every lane computes every operation anyway, and the
 // integer paths divide only by nonzero, bounded values.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC optimize("no-trapping-math")
+#endif
 
 #include <cstddef>
 #include <cstdint>

@@ -17,7 +17,9 @@
 // The kernels are compiled without the assumption that floating-point
 // operations may trap, otherwise the vectoriser treats the selects as control
 // flow; every lane computes every operation anyway.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC optimize("no-trapping-math")
+#endif
 
 #include <cstddef>
 #include <cstdint>
