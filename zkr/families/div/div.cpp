@@ -1,0 +1,132 @@
+// The exported functions of the Div family, defined from its tables (div.tbl,
+// div_round.tbl): each row packs its parameters and hands them to one generic
+// entry point, which checks the arguments, describes the call as a DivJob (a
+// constant becomes a repeating divisor pattern) and runs the kernels of the
+// level in force over row bands.
+#include <atomic>
+#include <type_traits>
+
+#include "checks.h"
+#include "div_kernels.h"
+#include "worker_pool.h"
+#include "zkr_call.hpp"
+
+// ZkrRoundMode and the rounding forms, for the generic entry point below.
+#define ZKR_FN(...)
+#include "div/div_round.tbl"
+#undef ZKR_FN
+
+namespace zkr::div {
+namespace {
+
+enum class Op { Div, DivC, DivRound };
+
+template <class A> int scaleOf(const A& a) {
+    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
+    else return 0;
+}
+
+// The constant of a row as a pointer to its kActive<L> elements.
+template <class T, class A> const T* valuesOf(const A& a) {
+    if constexpr (std::is_pointer_v<decltype(a.value)>) return a.value;
+    else return &a.value;
+}
+
+// True when an element is zero (both parts for complex types).
+template <class T> bool isZero(const T& v) {
+    using S = typename ElemInfo<T>::S;
+    const S* c = componentsOf(v);
+    for (int k = 0; k < ElemInfo<T>::comps; ++k)
+        if (c[k] != S(0)) return false;
+    return true;
+}
+
+template <class T, Layout L> struct Pattern {
+    using S = typename ElemInfo<T>::S;
+    alignas(64) S v[kPatternMax];
+};
+
+// One entry point for every form of the tables, told apart by their parameters.
+template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
+    constexpr bool constant = op == Op::DivC;
+    constexpr bool inPlace = requires { a.pSrcDst; };
+    using T = std::remove_pointer_t<decltype([&] {
+        if constexpr (inPlace) return a.pSrcDst;
+        else return a.pDst;
+    }())>;
+    using S = typename ElemInfo<T>::S;
+    constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(S));
+    constexpr int comps = ElemInfo<T>::comps;
+
+    DivJob j;
+    const T* values = nullptr;
+    ZkrStatus s = zkrStsNoErr;
+    if constexpr (constant) {
+        values = valuesOf<T>(a);
+        if constexpr (inPlace) {
+            s = checkArgs({values, a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
+            j.dst = a.pSrcDst, j.dstStep = a.srcDstStep;
+        } else {
+            s = checkArgs({a.pSrc, values, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
+            j.dividend = a.pSrc, j.dividendStep = a.srcStep;
+            j.dst = a.pDst, j.dstStep = a.dstStep;
+        }
+    } else if constexpr (inPlace) {
+        s = checkArgs({a.pSrc, a.pSrcDst}, a.roiSize, {a.srcStep, a.srcDstStep}, px, cb);
+        j.divisor = a.pSrc, j.divisorStep = a.srcStep;
+        j.dst = a.pSrcDst, j.dstStep = a.srcDstStep;
+    } else {
+        s = checkArgs({a.pSrc1, a.pSrc2, a.pDst}, a.roiSize, {a.src1Step, a.src2Step, a.dstStep}, px, cb);
+        j.divisor = a.pSrc1, j.divisorStep = a.src1Step;
+        j.dividend = a.pSrc2, j.dividendStep = a.src2Step;
+        j.dst = a.pDst, j.dstStep = a.dstStep;
+    }
+    if (s != zkrStsNoErr) return s;
+
+    Rnd rnd = Rnd::Near;
+    if constexpr (op == Op::DivRound) {
+        switch (a.rndMode) {
+            case zkrRndZero: rnd = Rnd::Zero; break;
+            case zkrRndNear: rnd = Rnd::Near; break;
+            case zkrRndFinancial: rnd = Rnd::Financial; break;
+            default: return zkrStsBadArgErr;
+        }
+    }
+
+    j.rowLen = a.roiSize.width * Pixel<T, L>::period;
+    j.scale = scaleOf(a);
+
+    Pattern<T, L> pattern;
+    if constexpr (constant) {
+        for (int c = 0; c < kActive<L>; ++c)
+            if (isZero(values[c])) return zkrStsBadArgErr;
+        // The alpha channel's divisor is 1: its quotient is computed and dropped.
+        j.chunk = j.rowLen < kPatternMax ? j.rowLen : kPatternMax;
+        for (int i = 0; i < j.chunk; ++i) {
+            const int channel = (i / comps) % kChannels<L>;
+            pattern.v[i] = channel < kActive<L> ? componentsOf(values[channel])[i % comps]
+                                                : S(i % comps == 0 ? 1 : 0);
+        }
+        j.divisor = pattern.v;
+        j.periodic = true;
+    }
+
+    const RowsFn fn = kernels().rows[int(ElementType<T>::id)][int(rnd)][L == Layout::AC4][inPlace];
+    std::atomic<bool> zero{false};
+    forRowBands(std::int64_t(a.roiSize.width) * a.roiSize.height, a.roiSize.height, [&](int y0, int y1) {
+        if (fn(j, y0, y1)) zero.store(true, std::memory_order_relaxed);
+    });
+    return zero.load(std::memory_order_relaxed) ? zkrStsDivByZero : zkrStsNoErr;
+}
+
+}  // namespace
+}  // namespace zkr::div
+
+#define ZKR_FN(name, form, T, L, op)                                   \
+    ZKR_DEFINE(name, form, T) {                                        \
+        ZKR_PACK(args, form, T);                                       \
+        return zkr::div::run<zkr::div::Op::op, zkr::Layout::L>(args);  \
+    }
+#include "div/div.tbl"
+#include "div/div_round.tbl"
+#undef ZKR_FN

@@ -1,0 +1,256 @@
+// Compiled once per instruction-set level: the build defines ZKR_LEVEL_NS
+// (base, avx2, avx512) and passes that level's code generation flags.
+//
+// e^x and ln(x) are evaluated in double for every element type, by code the
+// auto-vectoriser turns into the level's vector instructions: range
+// reduction with integer operations on the bit patterns (no calls, no
+// double/int64 conversions, which not every level has), a polynomial, and
+// selects for the special cases. The double result is within about 2^-52 of
+// the exact value, so integer results (scaled, rounded to nearest even) and
+// float results (rounded once) are the correctly rounded ones except when the
+// exact value lies that close to a rounding boundary.
+//
+// Arguments are clamped before any arithmetic, so no operation overflows or
+// works on infinities: a regular argument raises no floating-point exception
+// (inexact aside), and special ones get their results by selects.
+//
+// The kernels are compiled without the assumption that floating-point
+// operations may trap, otherwise the vectoriser treats the selects as control
+// flow; every lane computes every operation anyway.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC optimize("no-trapping-math")
+#endif
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+#include "exp_kernels.h"
+#include "zkrcore.h"
+
+#ifndef ZKR_LEVEL_NS
+#error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
+#endif
+
+namespace zkr::expln::ZKR_LEVEL_NS {
+
+#define ZKR_NOINLINE __attribute__((noinline))
+
+// ---- double cores -----------------------------------------------------------------
+
+// ln 2 split so that k * kLn2Hi is exact for |k| < 2^20.
+inline constexpr double kLn2Hi = 0x1.62e42feep-1;
+inline constexpr double kLn2Lo = 0x1.a39ef35793c76p-33;
+inline constexpr double kLog2e = 0x1.71547652b82fep0;
+inline constexpr double kShifter = 0x1.8p52;  // adding it rounds |v| < 2^51 to an integer in the low bits
+
+inline std::int64_t bitsOf(double v) { return __builtin_bit_cast(std::int64_t, v); }
+inline double fromBits(std::int64_t b) { return __builtin_bit_cast(double, b); }
+
+// e^y for y in [-700, 700].
+inline double expCore(double y) {
+    const double t = y * kLog2e + kShifter;
+    const double k = t - kShifter;                                  // round(y / ln 2)
+    const std::int64_t ki = bitsOf(t) - bitsOf(kShifter);           // the same k as an integer
+    const double r = (y - k * kLn2Hi) - k * kLn2Lo;                 // |r| <= ln 2 / 2
+    // Taylor series to r^13 / 13!: the remainder is below 2^-57 for |r| <= ln 2 / 2.
+    double p = 1.0 / 6227020800.0;
+    p = p * r + 1.0 / 479001600.0;
+    p = p * r + 1.0 / 39916800.0;
+    p = p * r + 1.0 / 3628800.0;
+    p = p * r + 1.0 / 362880.0;
+    p = p * r + 1.0 / 40320.0;
+    p = p * r + 1.0 / 5040.0;
+    p = p * r + 1.0 / 720.0;
+    p = p * r + 1.0 / 120.0;
+    p = p * r + 1.0 / 24.0;
+    p = p * r + 1.0 / 6.0;
+    p = p * r + 0.5;
+    p = p * r + 1.0;
+    p = p * r + 1.0;
+    return p * fromBits((ki + 1023) << 52);  // times 2^k
+}
+
+// ln(x) for a positive, finite, normal x.
+inline double lnCore(double x) {
+    const std::int64_t b = bitsOf(x);
+    // x = m * 2^e with m in [1, 2); m above sqrt(2) is halved (e + 1) so that m - 1 is small.
+    const std::int64_t mantissa = (b & 0x000fffffffffffffLL) | 0x3ff0000000000000LL;
+    const double e0 = fromBits(0x4330000000000000LL | (b >> 52)) - (0x1p52 + 1023.0);  // exponent as double
+    const double m0 = fromBits(mantissa);
+    const bool high = m0 > 0x1.6a09e667f3bcdp0;
+    const double m = high ? m0 * 0.5 : m0;
+    const double e = high ? e0 + 1.0 : e0;
+    // ln(m) = 2 atanh(s), s = (m - 1) / (m + 1), |s| <= 0.1716: the series to s^21 leaves
+    // less than 2^-60.
+    const double s = (m - 1.0) / (m + 1.0);
+    const double s2 = s * s;
+    double p = 1.0 / 21.0;
+    p = p * s2 + 1.0 / 19.0;
+    p = p * s2 + 1.0 / 17.0;
+    p = p * s2 + 1.0 / 15.0;
+    p = p * s2 + 1.0 / 13.0;
+    p = p * s2 + 1.0 / 11.0;
+    p = p * s2 + 1.0 / 9.0;
+    p = p * s2 + 1.0 / 7.0;
+    p = p * s2 + 1.0 / 5.0;
+    p = p * s2 + 1.0 / 3.0;
+    const double lnM = 2.0 * s + 2.0 * s * s2 * p;
+    return e * kLn2Hi + (e * kLn2Lo + lnM);
+}
+
+inline double pow2(int e) { return fromBits(std::int64_t(e + 1023) << 52); }  // |e| <= 1022
+
+// ---- element operations -----------------------------------------------------------
+
+// Integers: the exact result times 2^-sf, in double, rounded to nearest even and saturated.
+template <class S> struct IntRange {
+    static constexpr double lo = double(std::numeric_limits<S>::min());
+    static constexpr double hi = double(std::numeric_limits<S>::max());
+    static S narrow(double v) {
+        const double c = v < lo ? lo : (v > hi ? hi : v);
+        return S(std::int32_t((c + kShifter) - kShifter));
+    }
+};
+
+// e^x * 2^-sf = e^(x - sf ln 2). Scale factors beyond +-200000 change nothing: the exponent then
+// lies below -2 (every result rounds to 0) or above 12 (every result saturates) for all 16-bit x.
+template <class S> struct ExpInt {
+    double shiftHi, shiftLo;  // sf * ln 2 in two parts, the first exact
+    explicit ExpInt(int sf) {
+        const double s = sf > 200000 ? 200000.0 : (sf < -200000 ? -200000.0 : double(sf));
+        shiftHi = s * kLn2Hi;
+        shiftLo = s * kLn2Lo;
+    }
+    static int met(S) { return 0; }
+    S operator()(S x) const {
+        double y = (double(x) - shiftHi) - shiftLo;
+        // e^-2 rounds to 0 and e^12 saturates every 16-bit type.
+        y = y < -2.0 ? -2.0 : (y > 12.0 ? 12.0 : y);
+        return IntRange<S>::narrow(expCore(y));
+    }
+};
+
+// ln(x) * 2^-sf; a zero or negative x gives the type's smallest value and a flag.
+template <class S> struct LnInt {
+    double mul;  // 2^-sf; beyond +-64 every ln(x) * 2^-sf of a 16-bit x rounds to 0 or saturates
+    explicit LnInt(int sf) : mul(pow2(-(sf > 64 ? 64 : (sf < -64 ? -64 : sf)))) {}
+    static int met(S x) {
+        if constexpr (std::is_signed_v<S>) return int(x == S(0)) * kMetZero | int(x < S(0)) * kMetNegative;
+        else return int(x == S(0)) * kMetZero;
+    }
+    S operator()(S x) const {
+        const bool regular = x > S(0);
+        const S safe = regular ? x : S(1);
+        const S v = IntRange<S>::narrow(lnCore(double(safe)) * mul);
+        return regular ? v : std::numeric_limits<S>::min();
+    }
+};
+
+// e^x in float: +inf from the first float argument whose exponential rounds beyond the float range.
+struct ExpFloat {
+    static constexpr float kOverflowFrom = 0x1.62e430p6f;  // 88.72283935546875
+    static constexpr float kLargestFinite = 0x1.62e42ep6f;  // the float just below
+    explicit ExpFloat(int) {}
+    static int met(Zkr32f) { return 0; }
+    Zkr32f operator()(Zkr32f x) const {
+        const bool nan = x != x;
+        const float c = x < -104.0f ? -104.0f : (x > kLargestFinite ? kLargestFinite : x);  // e^-104 rounds to 0
+        const auto v = Zkr32f(expCore(nan ? 0.0 : double(c)));
+        const float big = x >= kOverflowFrom ? std::numeric_limits<float>::infinity() : v;
+        return nan ? x : big;
+    }
+};
+
+// ln(x) in float: -inf for zeros, NaN for negative values (flagged), +inf for +inf, NaN for NaN.
+struct LnFloat {
+    explicit LnFloat(int) {}
+    static int met(Zkr32f x) { return int(x == 0.0f) * kMetZero | int(x < 0.0f) * kMetNegative; }
+    Zkr32f operator()(Zkr32f x) const {
+        const bool zero = x == 0.0f;
+        const bool negative = x < 0.0f;
+        const bool regular = x > 0.0f && x < std::numeric_limits<float>::infinity();
+        const auto v = Zkr32f(lnCore(regular ? double(x) : 1.0));
+        const float special = zero ? -std::numeric_limits<float>::infinity()
+                                   : (negative ? std::numeric_limits<float>::quiet_NaN() : x);  // +inf, NaN
+        return regular ? v : special;
+    }
+};
+
+// ---- row loops --------------------------------------------------------------
+
+template <class S, class F> ZKR_NOINLINE int loopNot(const S* __restrict s, S* __restrict d, std::ptrdiff_t n, F f) {
+    int met = 0;
+    for (std::ptrdiff_t i = 0; i < n; ++i) {
+        met |= F::met(s[i]);
+        d[i] = f(s[i]);
+    }
+    return met;
+}
+
+template <class S, class F> ZKR_NOINLINE int loopIn(S* __restrict d, std::ptrdiff_t n, F f) {
+    int met = 0;
+    for (std::ptrdiff_t i = 0; i < n; ++i) {
+        met |= F::met(d[i]);
+        d[i] = f(d[i]);
+    }
+    return met;
+}
+
+template <class S> inline S* rowOf(void* base, std::ptrdiff_t step, int y) {
+    return reinterpret_cast<S*>(static_cast<char*>(base) + step * y);
+}
+template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, int y) {
+    return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
+}
+
+// Images stored without gaps are processed as one long row.
+template <class S, bool inPlace, class F> int runRows(const UnaryJob& j, int y0, int y1, F f) {
+    const std::ptrdiff_t rowBytes = std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S));
+    const bool flat = j.dStep == rowBytes && (inPlace || j.sStep == rowBytes);
+    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
+    const int yEnd = flat ? y0 + 1 : y1;
+    int met = 0;
+    for (int y = y0; y < yEnd; ++y) {
+        S* d = rowOf<S>(j.d, j.dStep, y);
+        if constexpr (inPlace) met |= loopIn<S>(d, len, f);
+        else met |= loopNot<S>(rowOf<S>(j.s, j.sStep, y), d, len, f);
+    }
+    return met;
+}
+
+template <class S, Kop op, bool inPlace> int rows(const UnaryJob& j, int y0, int y1) {
+    if constexpr (std::is_same_v<S, Zkr32f>) {
+        if constexpr (op == Kop::Exp) return runRows<S, inPlace>(j, y0, y1, ExpFloat(0));
+        else return runRows<S, inPlace>(j, y0, y1, LnFloat(0));
+    } else {
+        if constexpr (op == Kop::Exp) return runRows<S, inPlace>(j, y0, y1, ExpInt<S>(j.scale));
+        else return runRows<S, inPlace>(j, y0, y1, LnInt<S>(j.scale));
+    }
+}
+
+// ---- the level's kernel table -----------------------------------------------
+
+template <class S> constexpr void fillType(Kernels& ks) {
+    auto& r = ks.rows[int(ComponentType<S>::id)];
+    r[int(Kop::Exp)][0] = &rows<S, Kop::Exp, false>;
+    r[int(Kop::Exp)][1] = &rows<S, Kop::Exp, true>;
+    r[int(Kop::Ln)][0] = &rows<S, Kop::Ln, false>;
+    r[int(Kop::Ln)][1] = &rows<S, Kop::Ln, true>;
+}
+
+constexpr Kernels makeKernels() {
+    Kernels ks{};
+    fillType<Zkr8u>(ks);
+    fillType<Zkr16u>(ks);
+    fillType<Zkr16s>(ks);
+    fillType<Zkr32f>(ks);
+    return ks;
+}
+
+#undef ZKR_NOINLINE
+
+constinit const Kernels kernels = makeKernels();
+
+}  // namespace zkr::expln::ZKR_LEVEL_NS
