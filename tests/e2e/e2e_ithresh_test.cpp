@@ -16,24 +16,6 @@ namespace {
 
 Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
-// The -e listing's rows per test class and full base: the name after "zkri" up to the "_" that
-// starts the element type ("Threshold_LTValGTVal_16s_C3R" counts for "Threshold_LTValGTVal").
-std::map<std::string, std::map<std::string, int>> basesPerClass() {
-    const Outcome r = quill("-e -tTimiThresh");
-    std::map<std::string, std::map<std::string, int>> counts;
-    std::istringstream in(r.out);
-    for (std::string line; std::getline(in, line);) {
-        if (line.rfind("| zkri", 0) != 0 || line.size() < 2 || line.back() != '|') continue;
-        const std::string name = line.substr(6, line.find(' ', 6) - 6);
-        const std::size_t end = line.size() - 1, begin = line.rfind(' ', end) + 1;
-        std::size_t cut = name.find('_');
-        while (cut != std::string::npos && !std::isdigit(static_cast<unsigned char>(name[cut + 1])))
-            cut = name.find('_', cut + 1);
-        ++counts[line.substr(begin, end - begin)][name.substr(0, cut)];
-    }
-    return counts;
-}
-
 const std::map<std::string, int> kThresholdBases = {
     {"Threshold", 12},       {"Threshold_GT", 12},    {"Threshold_LT", 12},         {"Threshold_Val", 12},
     {"Threshold_GTVal", 16}, {"Threshold_LTVal", 16}, {"Threshold_LTValGTVal", 12}};
@@ -41,11 +23,9 @@ const std::map<std::string, int> kThresholdBases = {
 }  // namespace
 
 TEST(ThreshFamily, ListsEveryFunctionPerBase) {
-    auto listed = basesPerClass();
-    EXPECT_EQ(listed.size(), 3u);
-    EXPECT_EQ(listed["TimiThresh"], kThresholdBases);
-    EXPECT_EQ(listed["TimiThreshI"], kThresholdBases);
-    EXPECT_EQ(listed["TimiThresh_otsu"], (std::map<std::string, int>{{"ComputeThreshold_Otsu", 1}}));
+    EXPECT_EQ(listedBases("TimiThresh"), kThresholdBases);
+    EXPECT_EQ(listedBases("TimiThreshI"), kThresholdBases);
+    EXPECT_EQ(listedBases("TimiThresh_otsu"), (std::map<std::string, int>{{"ComputeThreshold_Otsu", 1}}));
 }
 
 TEST(ThreshFamily, MeasuresEveryFunctionOk) {

@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <cctype>
 #include <cstdlib>
 #include <fstream>
 #include <regex>
@@ -35,7 +36,13 @@ std::map<std::string, int> listedBases(const std::string& testClass) {
     std::istringstream in(r.out);
     for (std::string line; std::getline(in, line);) {
         if (line.rfind("| zkri", 0) != 0 || line.find(testClass + "|") == std::string::npos) continue;
-        ++bases[line.substr(6, line.find('_') - 6)];
+        // The base ends at the first underscore followed by a type token (a digit): the base of
+        // zkriLUT_Linear_8u_C1R is "LUT_Linear"; a name without a type is all base.
+        const std::string name = line.substr(6, line.find(' ', 6) - 6);
+        size_t end = 0;
+        while ((end = name.find('_', end)) != std::string::npos && !std::isdigit(static_cast<unsigned char>(name[end + 1])))
+            ++end;
+        ++bases[name.substr(0, end)];
     }
     return bases;
 }

@@ -29,7 +29,8 @@ std::string quote(const std::string& s);
 std::string program();
 
 // The -e listing's rows of one test class, counted per base (the function name's part after "zkri"
-// up to its first "_"), so that a family's test can compare them with the catalogue's counts.
+// up to the underscore before its type, so "Threshold_GT" and "LUT_Linear" are bases), so that a
+// family's test can compare them with the catalogue's counts.
 std::map<std::string, int> listedBases(const std::string& testClass);
 std::string fixtureProgram();
 
