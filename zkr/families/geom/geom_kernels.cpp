@@ -50,7 +50,29 @@ template <class T> void copyAlpha(uchar* __restrict d, const uchar* __restrict s
         for (int c = 0; c < 3; ++c) store<T>(d + (4 * i + c) * sizeof(T), load<T>(s + (4 * i + c) * sizeof(T)));
 }
 
+#ifndef __SSSE3__
+// 16 bytes in reverse order with SSE2 alone (the compiler has no byte shuffle to vectorise with
+// below SSSE3): the eight words reversed, then the two bytes of every word swapped.
+inline __m128i reverseBytes(__m128i v) {
+    v = _mm_shuffle_epi32(v, _MM_SHUFFLE(1, 0, 3, 2));
+    v = _mm_shufflelo_epi16(v, _MM_SHUFFLE(0, 1, 2, 3));
+    v = _mm_shufflehi_epi16(v, _MM_SHUFFLE(0, 1, 2, 3));
+    return _mm_or_si128(_mm_slli_epi16(v, 8), _mm_srli_epi16(v, 8));
+}
+#endif
+
 template <int P> void reverseWhole(uchar* __restrict d, const uchar* __restrict s, int n) {
+#ifndef __SSSE3__
+    if constexpr (P == 1) {
+        int i = 0;
+        for (; i + 16 <= n; i += 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + n - 16 - i));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), reverseBytes(v));
+        }
+        for (; i < n; ++i) d[i] = s[n - 1 - i];
+        return;
+    }
+#endif
     if constexpr (P == 1 || P == 2 || P == 4 || P == 8) {
         using U = typename UnitOf<P>::type;
         for (int i = 0; i < n; ++i) store<U>(d + std::ptrdiff_t(i) * P, load<U>(s + std::ptrdiff_t(n - 1 - i) * P));
