@@ -49,6 +49,14 @@ bool knownAxis(int axis) { return axis == zkriAxsHorizontal || axis == zkriAxsVe
 // Tiles of side kBlock pixels keep a source block and its destination in the first-level cache.
 constexpr int blockFor(int pixelBytes) { return pixelBytes <= 2 ? 64 : 32; }
 
+// Tiles are transposed into a contiguous scratch tile and then copied out row by row: the rows of a
+// tile in the image lie a step apart, and with steps of a power of two they all fall into a few
+// cache sets, so writing them a few bytes at a time (as the register blocks do) would evict them
+// before they are complete.
+void copyRows(uchar* d, std::ptrdiff_t dStep, const uchar* s, std::ptrdiff_t sStep, int rows, std::size_t rowBytes) {
+    for (int r = 0; r < rows; ++r) std::memcpy(d + r * dStep, s + r * sStep, rowBytes);
+}
+
 template <class T, Lay L, class A> ZkrStatus transpose(const A& a) {
     constexpr int P = int(sizeof(T)) * channelsOf(L);
     constexpr int B = blockFor(P);
@@ -65,7 +73,7 @@ template <class T, Lay L, class A> ZkrStatus transpose(const A& a) {
         const std::ptrdiff_t step = a.srcDstStep;
         T* const base = a.pSrcDst;
         forRowBands(std::int64_t(w) * h, n, [&](int b0, int b1) {
-            std::vector<uchar> scratch(std::size_t(B) * B * P);
+            std::vector<uchar> scratch(std::size_t(B) * B * P), other(std::size_t(B) * B * P);
             const std::ptrdiff_t sStep = std::ptrdiff_t(B) * P;
             for (int bi = b0; bi < b1; ++bi) {
                 const int y0 = bi * B, bh = std::min(B, w - y0);
@@ -74,9 +82,11 @@ template <class T, Lay L, class A> ZkrStatus transpose(const A& a) {
                     uchar* blockA = at(base, step, y0, std::ptrdiff_t(x0) * P);  // rows of bi, columns of bj
                     uchar* blockB = at(base, step, x0, std::ptrdiff_t(y0) * P);  // rows of bj, columns of bi
                     tileFn(blockA, step, scratch.data(), sStep, bw, bh);
-                    if (bj != bi) tileFn(blockB, step, blockA, step, bh, bw);
-                    for (int r = 0; r < bw; ++r)
-                        std::memcpy(blockB + r * step, scratch.data() + r * sStep, std::size_t(bh) * P);
+                    if (bj != bi) {
+                        tileFn(blockB, step, other.data(), sStep, bh, bw);
+                        copyRows(blockA, step, other.data(), sStep, bh, std::size_t(bw) * P);
+                    }
+                    copyRows(blockB, step, scratch.data(), sStep, bw, std::size_t(bh) * P);
                 }
             }
         });
@@ -89,11 +99,16 @@ template <class T, Lay L, class A> ZkrStatus transpose(const A& a) {
         // Bands of destination rows, a block column of the source at a time.
         const int n = (w + B - 1) / B;
         forRowBands(std::int64_t(w) * h, n, [&](int b0, int b1) {
+            std::vector<uchar> scratch(std::size_t(B) * B * P);
+            const std::ptrdiff_t sStep = std::ptrdiff_t(B) * P;
             for (int bx = b0; bx < b1; ++bx) {
                 const int x0 = bx * B, bw = std::min(B, w - x0);
-                for (int y0 = 0; y0 < h; y0 += B)
-                    tileFn(at(a.pSrc, a.srcStep, y0, std::ptrdiff_t(x0) * P), a.srcStep,
-                           at(a.pDst, a.dstStep, x0, std::ptrdiff_t(y0) * P), a.dstStep, bw, std::min(B, h - y0));
+                for (int y0 = 0; y0 < h; y0 += B) {
+                    const int bh = std::min(B, h - y0);
+                    tileFn(at(a.pSrc, a.srcStep, y0, std::ptrdiff_t(x0) * P), a.srcStep, scratch.data(), sStep, bw, bh);
+                    copyRows(at(a.pDst, a.dstStep, x0, std::ptrdiff_t(y0) * P), a.dstStep, scratch.data(), sStep, bw,
+                             std::size_t(bh) * P);
+                }
             }
         });
     }
