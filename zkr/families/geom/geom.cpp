@@ -48,6 +48,8 @@ bool knownAxis(int axis) { return axis == zkriAxsHorizontal || axis == zkriAxsVe
 
 // Tiles of side kBlock pixels keep a source block and its destination in the first-level cache.
 constexpr int blockFor(int pixelBytes) { return pixelBytes <= 2 ? 64 : 32; }
+// The largest tile: 32 x 32 pixels of 16 bytes (64 x 64 of 2 bytes is half of it).
+constexpr std::size_t kScratchBytes = 32 * 32 * 16;
 
 // Tiles are transposed into a contiguous scratch tile and then copied out row by row: the rows of a
 // tile in the image lie a step apart, and with steps of a power of two they all fall into a few
@@ -60,6 +62,7 @@ void copyRows(uchar* d, std::ptrdiff_t dStep, const uchar* s, std::ptrdiff_t sSt
 template <class T, Lay L, class A> ZkrStatus transpose(const A& a) {
     constexpr int P = int(sizeof(T)) * channelsOf(L);
     constexpr int B = blockFor(P);
+    static_assert(std::size_t(B) * B * P <= kScratchBytes, "a tile must fit the scratch tile");
     const TileFn tileFn = kernels().tile[int(kindOf<T, L>())];
     const int w = a.roiSize.width, h = a.roiSize.height;
 
@@ -73,7 +76,7 @@ template <class T, Lay L, class A> ZkrStatus transpose(const A& a) {
         const std::ptrdiff_t step = a.srcDstStep;
         T* const base = a.pSrcDst;
         forRowBands(std::int64_t(w) * h, n, [&](int b0, int b1) {
-            std::vector<uchar> scratch(std::size_t(B) * B * P), other(std::size_t(B) * B * P);
+            alignas(64) uchar scratch[kScratchBytes], other[kScratchBytes];
             const std::ptrdiff_t sStep = std::ptrdiff_t(B) * P;
             for (int bi = b0; bi < b1; ++bi) {
                 const int y0 = bi * B, bh = std::min(B, w - y0);
@@ -81,12 +84,12 @@ template <class T, Lay L, class A> ZkrStatus transpose(const A& a) {
                     const int x0 = bj * B, bw = std::min(B, w - x0);
                     uchar* blockA = at(base, step, y0, std::ptrdiff_t(x0) * P);  // rows of bi, columns of bj
                     uchar* blockB = at(base, step, x0, std::ptrdiff_t(y0) * P);  // rows of bj, columns of bi
-                    tileFn(blockA, step, scratch.data(), sStep, bw, bh);
+                    tileFn(blockA, step, scratch, sStep, bw, bh);
                     if (bj != bi) {
-                        tileFn(blockB, step, other.data(), sStep, bh, bw);
-                        copyRows(blockA, step, other.data(), sStep, bh, std::size_t(bw) * P);
+                        tileFn(blockB, step, other, sStep, bh, bw);
+                        copyRows(blockA, step, other, sStep, bh, std::size_t(bw) * P);
                     }
-                    copyRows(blockB, step, scratch.data(), sStep, bw, std::size_t(bh) * P);
+                    copyRows(blockB, step, scratch, sStep, bw, std::size_t(bh) * P);
                 }
             }
         });
@@ -99,14 +102,14 @@ template <class T, Lay L, class A> ZkrStatus transpose(const A& a) {
         // Bands of destination rows, a block column of the source at a time.
         const int n = (w + B - 1) / B;
         forRowBands(std::int64_t(w) * h, n, [&](int b0, int b1) {
-            std::vector<uchar> scratch(std::size_t(B) * B * P);
+            alignas(64) uchar scratch[kScratchBytes];
             const std::ptrdiff_t sStep = std::ptrdiff_t(B) * P;
             for (int bx = b0; bx < b1; ++bx) {
                 const int x0 = bx * B, bw = std::min(B, w - x0);
                 for (int y0 = 0; y0 < h; y0 += B) {
                     const int bh = std::min(B, h - y0);
-                    tileFn(at(a.pSrc, a.srcStep, y0, std::ptrdiff_t(x0) * P), a.srcStep, scratch.data(), sStep, bw, bh);
-                    copyRows(at(a.pDst, a.dstStep, x0, std::ptrdiff_t(y0) * P), a.dstStep, scratch.data(), sStep, bw,
+                    tileFn(at(a.pSrc, a.srcStep, y0, std::ptrdiff_t(x0) * P), a.srcStep, scratch, sStep, bw, bh);
+                    copyRows(at(a.pDst, a.dstStep, x0, std::ptrdiff_t(y0) * P), a.dstStep, scratch, sStep, bw,
                              std::size_t(bh) * P);
                 }
             }
