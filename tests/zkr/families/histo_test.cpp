@@ -268,7 +268,9 @@ template <class S> void checkLut(const FamilyCase& c, int n, std::mt19937& rng) 
     HistoBag b = makeBag<S>(c, ch, st, src.roi(), src.stepBytes(), io.roi(), io.stepBytes(), kRoi);
     ASSERT_EQ(c.call(b), zkrStsNoErr);
     for (std::size_t i = 0; i < io.data.size(); ++i) {
-        if (!io.insideRoi(i)) ASSERT_TRUE(sameBits(io.data[i], before[i])) << "outside the ROI at " << i;
+        if (!io.insideRoi(i)) {
+            ASSERT_TRUE(sameBits(io.data[i], before[i])) << "outside the ROI at " << i;
+        }
     }
     for (int y = 0; y < kRoi.height; ++y)
         for (int x = 0; x < kRoi.width; ++x)
@@ -511,7 +513,9 @@ template <class T, class D> void checkPalette(const PaletteCase& c, int bits, st
             }
     if (!c.inPlace)
         for (std::size_t i = 0; i < dst.data.size(); ++i)
-            if (!dst.insideRoi(i)) ASSERT_EQ(dst.data[i], before[i]) << "outside the ROI at " << i;
+            if (!dst.insideRoi(i)) {
+                ASSERT_EQ(dst.data[i], before[i]) << "outside the ROI at " << i;
+            }
 }
 
 template <class T, class D>
