@@ -24,12 +24,14 @@ zkCmpArgs s_args;
 zkImageData s_data;
 zkConstant s_value;
 
+// A typed name selects the first entry it is a prefix of, so each shorter name comes before the
+// longer one it begins ("Greater" before "GreaterEq").
 qmMapIterator<int> s_cmpOp(zkrCmpLess, "cmpOp", "Comparison operation",
                            {{"Less", zkrCmpLess},
                             {"LessEq", zkrCmpLessEq},
                             {"Eq", zkrCmpEq},
-                            {"GreaterEq", zkrCmpGreaterEq},
-                            {"Greater", zkrCmpGreater}});
+                            {"Greater", zkrCmpGreater},
+                            {"GreaterEq", zkrCmpGreaterEq}});
 
 class TimCmp : public zkImageTest {
 public:

@@ -3,6 +3,7 @@
 // range and a float range (Scale) over image sizes. One test per library function of the Convert
 // family's scale table.
 #include <limits>
+#include <utility>
 
 #include "zkrcore.h"
 #include "zk.h"
@@ -80,6 +81,8 @@ protected:
         double lo = 0.0, hi = 1.0;
         if (isScale()) lo = s_vMin.value(), hi = s_vMax.value();
         else rangeOf(m_func.dstType(), lo, hi);
+        // A reversed range is the library's to report; the data only needs some spread.
+        if (hi < lo) std::swap(lo, hi);
         const double margin = (hi - lo) / 4.0;
         return m_data.src1.setRandom(lo - margin, hi + margin);
     }

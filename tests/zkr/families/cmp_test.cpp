@@ -174,12 +174,13 @@ TEST_F(CmpFamily, TableHasSixteenFunctionsPerForm) {
 }
 
 // Images from 64 K pixels on (the library's parallel threshold) split into row bands over two
-// threads; every band must land where a single thread puts it.
+// threads; every band must land where a single thread puts it. The 8u and 32f functions of every
+// form and layout (the bands do not depend on the element type).
 TEST_F(CmpFamily, ThreadSplitGivesSingleThreadResult) {
     ASSERT_GE(zkrSetNumThreads(2), zkrStsNoErr);
     std::mt19937 rng(7u);
     const int w = 301, h = 240;
-    forEachCase(familyCases(), [](const CmpCase&) { return true; },
+    forEachCase(familyCases(), [](const CmpCase& c) { return c.bytes != 2; },
                 [&](const CmpCase& c) { c.check(c, {w, h}, true, zkrCmpGreaterEq, rng); });
 }
 
