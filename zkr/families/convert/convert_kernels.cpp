@@ -1,14 +1,18 @@
 // Compiled once per instruction-set level: the build defines ZKR_LEVEL_NS
 // (base, avx2, avx512) and passes that level's code generation flags.
 //
-// The row loops are written for the auto-vectoriser: restrict pointers, one
-// statement per component, saturation by comparisons (the compiler turns the
-// clamped narrowing stores into saturating packs), rounding by selects on the
-// fraction (no calls into the maths library, whose rounding functions depend
-// on the floating-point environment and do not vectorise at every level), the
-// alpha component kept by a select on its index.
+// The integer and widening row loops are written for the auto-vectoriser:
+// restrict pointers, one statement per component, saturation by comparisons
+// (the compiler turns the clamped narrowing stores into saturating packs), the
+// alpha component kept by a select on its index. Float-to-integer loops are
+// written in the compiler's generic vectors of the level's width instead:
+// selects on float comparisons are not if-converted by the auto-vectoriser
+// while floating-point traps are honoured, so the scalar loop would branch on
+// every component. Rounding is by selects on the fraction, never by the maths
+// library, whose rounding functions depend on the floating-point environment.
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -82,12 +86,52 @@ template <class D, Rnd R> inline D roundSat(float y) {
     return D(r);
 }
 
+// ---- float to integer in generic vectors ---------------------------------------------
+
+// The level's widest float vector: wider generic vectors would be compared
+// lane by lane.
+#if defined(__AVX512F__)
+inline constexpr int kLanes = 16;
+#elif defined(__AVX__)
+inline constexpr int kLanes = 8;
+#else
+inline constexpr int kLanes = 4;
+#endif
+typedef float VF __attribute__((vector_size(kLanes * 4)));
+typedef std::int32_t VI __attribute__((vector_size(kLanes * 4)));
+
+// roundSat on kLanes values free of NaN, into r. A comparison gives -1 in the
+// lanes where it holds, so adding it subtracts one. (Vectors go by reference:
+// passing them by value would depend on the level's calling convention.)
+template <class D, Rnd R> inline void roundSatV(const VF& y, VI& r) {
+    constexpr bool is32 = std::is_same_v<D, Zkr32s>;
+    constexpr float lo = float(std::numeric_limits<D>::min());
+    constexpr float hiC = is32 ? 2147483520.0f : float(std::numeric_limits<D>::max());
+    VF c = y < lo ? VF{} + lo : y;
+    c = c > hiC ? VF{} + hiC : c;
+    const VI t = __builtin_convertvector(c, VI);
+    const VF f = c - __builtin_convertvector(t, VF);
+    r = t;
+    if constexpr (R == Rnd::Financial) {
+        r = t - (f >= 0.5f) + (f <= -0.5f);
+    } else if constexpr (R == Rnd::Near) {
+        const VI odd = t & 1;
+        r = t - (f > 0.5f) + (f < -0.5f) + ((f == 0.5f) & odd) - ((f == -0.5f) & odd);
+    }
+    if constexpr (is32) r = y >= 2147483648.0f ? VI{} + std::numeric_limits<std::int32_t>::max() : r;
+}
+
 template <class D, Rnd R> struct FromFloat {
     float fmul;
     explicit FromFloat(const CvtJob& j) : fmul(j.fmul) {}
     D operator()(Zkr32f x) const {
         const float y = x * fmul;
         return roundSat<D, R>(y == y ? y : 0.0f);
+    }
+    void block(const VF& x, VI& r) const {
+        VF y = x * fmul;
+        y = y == y ? y : VF{};
+        roundSatV<D, R>(y, r);
     }
 };
 
@@ -106,6 +150,13 @@ template <class D> struct MapFromFloat {
         c = c > vMax ? vMax : c;
         return roundSat<D, Rnd::Near>((c - vMin) * factor + tmin);
     }
+    void block(const VF& x, VI& r) const {
+        VF c = x == x ? x : VF{} + vMin;
+        c = c < vMin ? VF{} + vMin : c;
+        c = c > vMax ? VF{} + vMax : c;
+        const VF y = (c - vMin) * factor + tmin;
+        roundSatV<D, Rnd::Near>(y, r);
+    }
 };
 
 // ---- row loops --------------------------------------------------------------
@@ -113,6 +164,44 @@ template <class D> struct MapFromFloat {
 template <class S, class D, bool alpha, class F>
 ZKR_NOINLINE void loop(const S* __restrict s, D* __restrict d, std::ptrdiff_t n, F f) {
     for (std::ptrdiff_t i = 0; i < n; ++i) {
+        if constexpr (alpha) d[i] = (i & 3) == 3 ? d[i] : f(s[i]);
+        else d[i] = f(s[i]);
+    }
+}
+
+// Float sources in chunks: the level's vectors round and saturate kLanes
+// components at a time into 32-bit integers, then an integer loop (which the
+// auto-vectoriser turns into packs) narrows the chunk into the destination and
+// keeps alpha. Chunks are a multiple of 4 components, so alpha stays on every
+// fourth one; the last components that fill no vector go one by one with the
+// same arithmetic.
+inline constexpr int kChunk = 512;
+
+template <class D, bool alpha>
+ZKR_NOINLINE void narrowChunk(const std::int32_t* __restrict r, D* __restrict d, std::ptrdiff_t n) {
+    for (std::ptrdiff_t k = 0; k < n; ++k) {
+        if constexpr (alpha) d[k] = (k & 3) == 3 ? d[k] : D(r[k]);
+        else d[k] = D(r[k]);
+    }
+}
+
+template <class D, bool alpha, class F>
+ZKR_NOINLINE void loopFloat(const Zkr32f* __restrict s, D* __restrict d, std::ptrdiff_t n, F f) {
+    alignas(64) std::int32_t buf[kChunk];
+    std::ptrdiff_t i = 0;
+    while (n - i >= kLanes) {
+        const std::ptrdiff_t len = n - i < kChunk ? (n - i) / kLanes * kLanes : kChunk;
+        for (std::ptrdiff_t k = 0; k < len; k += kLanes) {
+            VF x;
+            VI r;
+            std::memcpy(&x, s + i + k, sizeof x);
+            f.block(x, r);
+            std::memcpy(buf + k, &r, sizeof r);
+        }
+        narrowChunk<D, alpha>(buf, d + i, len);
+        i += len;
+    }
+    for (; i < n; ++i) {
         if constexpr (alpha) d[i] = (i & 3) == 3 ? d[i] : f(s[i]);
         else d[i] = f(s[i]);
     }
@@ -132,7 +221,12 @@ template <class S, class D, bool alpha, class F> void runRows(const CvtJob& j, i
                       j.dStep == std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(D));
     const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
     const int yEnd = flat ? y0 + 1 : y1;
-    for (int y = y0; y < yEnd; ++y) loop<S, D, alpha>(rowOf<S>(j.s, j.sStep, y), rowOf<D>(j.d, j.dStep, y), len, f);
+    for (int y = y0; y < yEnd; ++y) {
+        const S* s = rowOf<S>(j.s, j.sStep, y);
+        D* d = rowOf<D>(j.d, j.dStep, y);
+        if constexpr (requires(const VF& x, VI& r) { f.block(x, r); }) loopFloat<D, alpha>(s, d, len, f);
+        else loop<S, D, alpha>(s, d, len, f);
+    }
 }
 
 template <class S, class D, bool alpha> void exactRows(const CvtJob& j, int y0, int y1) {
