@@ -425,6 +425,16 @@ TEST_F(ConvertFamily, ArgumentErrorsInLibraryOrder) {
                 b.vMax = r.second;
                 EXPECT_EQ(c.call(b), zkrStsRangeErr) << r.first << " " << r.second;
             }
+            // A width beyond the float range; a range so narrow that mapping it onto the integers
+            // needs a factor beyond the float range (only the float sources map that way).
+            b = good;
+            b.vMin = -3.0e38f;
+            b.vMax = 3.0e38f;
+            EXPECT_EQ(c.call(b), zkrStsRangeErr);
+            b = good;
+            b.vMin = 0.0f;
+            b.vMax = 1.0e-38f;
+            EXPECT_EQ(c.call(b), c.floatSource ? zkrStsRangeErr : zkrStsNoErr);
         }
     });
 }

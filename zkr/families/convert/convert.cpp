@@ -80,12 +80,16 @@ template <Layout L, class A> ZkrStatus run(const A& a) {
     RowsFn fn = nullptr;
     if constexpr (requires { a.vMin; }) {
         const float vMin = a.vMin, vMax = a.vMax;
-        if (!std::isfinite(vMin) || !std::isfinite(vMax) || !(vMin < vMax)) return zkrStsRangeErr;
+        // The width of the range must be a float, and so must the factor between the ranges.
+        if (!std::isfinite(vMin) || !std::isfinite(vMax) || !(vMin < vMax) ||
+            double(vMax) - double(vMin) > double(std::numeric_limits<float>::max()))
+            return zkrStsRangeErr;
         if constexpr (std::is_same_v<S, Zkr32f>) {
             const double tmin = std::numeric_limits<D>::min(), tmax = std::numeric_limits<D>::max();
             j.vMin = vMin, j.vMax = vMax;
             j.tmin = float(tmin);
             j.factor = float((tmax - tmin) / (double(vMax) - double(vMin)));
+            if (!std::isfinite(j.factor)) return zkrStsRangeErr;
             fn = ks.mapFromFloat[kTypeId<D>][alpha];
         } else {
             const double tmin = std::numeric_limits<S>::min(), tmax = std::numeric_limits<S>::max();
