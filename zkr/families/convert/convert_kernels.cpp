@@ -72,6 +72,11 @@ template <class D, Rnd R> inline D roundSat(float y) {
     constexpr float hiC = is32 ? 2147483520.0f : float(std::numeric_limits<D>::max());
     float c = y < lo ? lo : y;
     c = c > hiC ? hiC : c;
+    // The compiler treats the conversion as free of side effects and would
+    // otherwise convert the unclamped value on the clamp's other branch, which
+    // raises the invalid-operation flag for NaN and values beyond 32 bits; the
+    // empty statement makes it convert only the clamped value.
+    __asm__("" : "+x"(c));
     const std::int32_t t = std::int32_t(c);
     const float f = c - float(t);
     std::int32_t r = t;
