@@ -83,6 +83,22 @@ typedef enum {
     zkrAlgHintAccurate = 2  /* most accurate */
 } ZkrHintAlgorithm;
 
+/* ---- comparison operations: functions that compare values (compare, threshold) take one */
+typedef enum {
+    zkrCmpLess = 0,      /* <  */
+    zkrCmpLessEq = 1,    /* <= */
+    zkrCmpEq = 2,        /* == */
+    zkrCmpGreaterEq = 3, /* >= */
+    zkrCmpGreater = 4    /* >  */
+} ZkrCmpOp;
+
+/* ---- rounding modes: functions that round exact results to integers (conversions, division) take one */
+typedef enum {
+    zkrRndZero = 0,     /* toward zero (truncation) */
+    zkrRndNear = 1,     /* to nearest, ties to even */
+    zkrRndFinancial = 2 /* to nearest, ties away from zero */
+} ZkrRoundMode;
+
 /* ---- processor types -------------------------------------------------- */
 typedef enum {
     zkrCpuUnknown    = 0x00,

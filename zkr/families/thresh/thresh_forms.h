@@ -19,18 +19,8 @@
 
 #include "zkr_forms.h"
 
-/* The comparison of a source value with a constant. The threshold functions
+/* The comparison of a source value with a constant (ZkrCmpOp, zkrcore.h). The threshold functions
  * that take one accept zkrCmpLess and zkrCmpGreater. */
-#ifndef ZKR_CMPOP_DEFINED
-#define ZKR_CMPOP_DEFINED
-typedef enum {
-    zkrCmpLess = 0,
-    zkrCmpLessEq = 1,
-    zkrCmpEq = 2,
-    zkrCmpGreaterEq = 3,
-    zkrCmpGreater = 4
-} ZkrCmpOp;
-#endif
 
 /* ---- images: not in place, in place */
 #define ZKR_THR_IO(X, c, T) \
