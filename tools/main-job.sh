@@ -18,7 +18,7 @@ rm -f "$out"/level_*.csv "$out"/level_*_sum.csv
 # most QM_TOTAL functions in all.
 "$bin/quillmark" -B -e -LE -l"$out" -nlisting -r >/dev/null
 PYTHONPATH="$tools" PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m qmtools.select --per-class "${QM_PER_CLASS:-3}" --total "${QM_TOTAL:-36}" "$out/listing.csv" >"$out/selection.ini"
-classes=$(cut -d, -f2 "$out/listing.csv" | grep '^Tim' | sort -u | wc -l)
+classes=$(grep '^zkr' "$out/listing.csv" | cut -d, -f2 | sort -u | wc -l)
 echo "Selected: $(grep -c '^\[' "$out/selection.ini") functions of $classes test classes"
 
 # Instruction-set levels: the x86-64 levels whose instructions the processor has.

@@ -127,9 +127,10 @@ def test_page_in_a_real_browser(page, tmp_path):
 def test_selection_takes_a_few_functions_of_every_class():
     rows = [["Program", "Quillmark 2.0"], ["Library", "-"], ["__qmKavroCpu", "__qmKavroCpu"],
             ["zkriAdd_8u_C3RSfs", "TimiAdd"], ["zkriAdd_8u_C1RSfs", "TimiAdd"], ["zkriAdd_16s_C1RSfs", "TimiAdd"],
-            ["zkriAdd_32f_C1R", "TimiAdd"], ["zkriSqr_32f_C1R", "TimiSqr"], ["zkriFFTFwd_32fc_C1R", "TimiFft"]]
+            ["zkriAdd_32f_C1R", "TimiAdd"], ["zkriSqr_32f_C1R", "TimiSqr"], ["zkriFFTFwd_32fc_C1R", "TimiFft"],
+            ["zkriAlphaComp_32f_AC4R", "iAlphaComp__YS"]]
     classes = select.classes_of(rows)
-    assert list(classes) == ["TimiAdd", "TimiSqr", "TimiFft"]
+    assert list(classes) == ["TimiAdd", "TimiSqr", "TimiFft", "iAlphaComp__YS"]
     assert select.pick(classes["TimiAdd"], 2) == ["zkriAdd_8u_C1RSfs", "zkriAdd_16s_C1RSfs"]
     assert select.pick(classes["TimiAdd"], 3) == ["zkriAdd_8u_C1RSfs", "zkriAdd_16s_C1RSfs", "zkriAdd_32f_C1R"]
     assert select.pick(classes["TimiAdd"], 9) == ["zkriAdd_8u_C1RSfs", "zkriAdd_16s_C1RSfs", "zkriAdd_32f_C1R",

@@ -17,11 +17,12 @@ PREFERRED_TYPES = ("8u", "16s", "32f", "16u", "32s", "32fc", "64f")
 
 
 def classes_of(listing_rows):
-    """Test class -> its functions, in listing order, from the rows of an -e table (function, test);
-    the framework's own tests (names starting with "__") are left out."""
+    """Test class -> its functions, in listing order, from the rows of an -e table (function, test):
+    the library's functions (names starting with "zkr") under whatever their class is called
+    ("TimiAdd", "iAlphaComp__YS"); the framework's own tests and the table's header rows are left out."""
     classes = OrderedDict()
     for row in listing_rows:
-        if len(row) != 2 or not row[1].startswith("Tim") or row[0].startswith("__"):
+        if len(row) != 2 or not row[0].startswith("zkr"):
             continue
         classes.setdefault(row[1], []).append(row[0])
     return classes
