@@ -179,7 +179,9 @@ template <class S> struct Images {
         alpha2 = randomValue<S>(rng);
         // The key is the colour of a pixel of source 1, so that it occurs.
         const int x = std::uniform_int_distribution<int>(0, w - 1)(rng);
-        for (int k = 0; k < 3; ++k) key[k] = a[0].at(h / 2, 4 * x + k);
+        // (Only the colour-key form, AC4, uses it; other layouts take what lies in their own pixels.)
+        for (int k = 0; k < 3; ++k)
+            key[k] = planes > 1 ? a[std::size_t(k)].at(h / 2, x) : a[0].at(h / 2, x * perPixel + std::min(k, perPixel - 1));
     }
 
     AlphaBag bag(const Case& c, int op) const {
