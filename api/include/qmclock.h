@@ -19,7 +19,8 @@ inline uint64_t zkr_get_cycle_counter() {
 
 class qmCpuTicker {
 public:
-    // The clock rate in MHz, estimated (about two seconds of busy waiting) on the first call only.
+    // The clock rate in MHz, estimated (about two seconds of busy waiting) on the first call only,
+    // unless the environment names it (QM_CPU_MHZ, see qmClockRateFromEnv).
     static int getFreq();
     // Processor clocks per counter tick; every clock count and clock limit is scaled by it.
     static int getClockFactor() { return 1; }
@@ -51,6 +52,12 @@ private:
     long long m_stop = 0;
     int m_freq = 0;
 };
+
+// The clock rate given by the environment variable QM_CPU_MHZ: a whole number of MHz from 1 to
+// 100000 is used instead of the estimate (scripts that start many short runs skip two seconds each,
+// and a machine whose estimate is disturbed by load can be given its real rate). Returns 0 when the
+// variable is unset; any other value is reported on stderr, naming the variable, and gives 0.
+int qmClockRateFromEnv(const char* value);
 
 // The clock rate in whole MHz measured over about two seconds, 0 without a time-stamp counter.
 int estimateCpuFreqMHz();

@@ -102,6 +102,29 @@ TEST(CpuReport, WholeReportInOrderAndHeaderSummary) {
     EXPECT_TRUE(std::regex_search(r.out, std::regex("\n\\*{64}\n\\+-+\\+\n\\| Result:     OK")));
 }
 
+// The clock rate: estimated when the environment does not name it (the header then shows the
+// measured rate, near the kernel's own figure), taken as given when it does, and a bad value is named
+// and ignored.
+TEST(ClockRate, EstimatedUnlessTheEnvironmentNamesIt) {
+    Outcome est = run("env -u QM_CPU_MHZ " + quote(program()) + " -B -t__qmKavroCpu -LP");
+    EXPECT_EQ(est.status, 0);
+    EXPECT_GT(headerMHz(est.out), 100) << est.out;
+    EXPECT_FALSE(est.has("QM_CPU_MHZ"));
+
+    Outcome given = run("QM_CPU_MHZ=1234 " + quote(program()) + " -B -t__qmKavroCpu -LP");
+    EXPECT_EQ(given.status, 0);
+    EXPECT_TRUE(given.has("1.234 GHz, Max cache size")) << given.out;
+    EXPECT_EQ(headerMHz(given.out), 1234);
+    Outcome mhz = run("QM_CPU_MHZ=999 " + quote(program()) + " -B -t__qmKavroCpu -LP");
+    EXPECT_TRUE(mhz.has("999 MHz, Max cache size")) << mhz.out;
+
+    Outcome bad = run("QM_CPU_MHZ=fast " + quote(program()) + " -B -t__qmKavroCpu -LP");
+    EXPECT_EQ(bad.status, 0);
+    EXPECT_TRUE(bad.has("QM_CPU_MHZ=\"fast\" is not a clock rate in MHz (1 to 100000); it is estimated instead\n"))
+        << bad.out;
+    EXPECT_GT(headerMHz(bad.out), 100);
+}
+
 TEST(TimingMethod, ManualRunsTheAskedLoopsInConsoleAndTable) {
     TempDir d;
     Outcome r = quill(kAdd + "-dscaleFactor=\"0; 4\" -dMethod=Manual -dNumLoops=100 -LP -r -l" + d.str());

@@ -18,8 +18,22 @@ bool zkr_has_rdtsc() {
 
 int qmCpuTicker::getFreq() {
     // A failed estimate (no counter) stays 0 and is tried again on the next call.
-    if (m_freqMHz == 0) m_freqMHz = estimateCpuFreqMHz();
+    if (m_freqMHz == 0) {
+        static const int s_fromEnv = qmClockRateFromEnv(std::getenv("QM_CPU_MHZ"));
+        m_freqMHz = s_fromEnv > 0 ? s_fromEnv : estimateCpuFreqMHz();
+    }
     return m_freqMHz;
+}
+
+int qmClockRateFromEnv(const char* value) {
+    if (value == nullptr) return 0;
+    char* end = nullptr;
+    errno = 0;
+    long mhz = std::strtol(value, &end, 10);
+    if (end != value && *end == '\0' && errno == 0 && mhz >= 1 && mhz <= 100000) return static_cast<int>(mhz);
+    std::fprintf(stderr, "QM_CPU_MHZ=\"%.40s\" is not a clock rate in MHz (1 to 100000); it is estimated instead\n",
+                 value);
+    return 0;
 }
 
 long long OSTimer::GetCounter(long long* out) {

@@ -220,6 +220,21 @@ TEST_F(Image, Jaehne2DOnPlanesAndFloats) {
                                 static_cast<float>(rings(x, y, 5, 4, 1, 0)));
 }
 
+// The plane is computed for one quadrant and mirrored: every parity of width and height, the
+// one-pixel and one-row planes, and a channel stride all give the formula's value everywhere.
+TEST_F(Image, Jaehne2DMirroredQuadrantsOnEveryParity) {
+    for (auto [w, h] : {std::pair{1, 1}, {2, 1}, {1, 2}, {2, 3}, {8, 5}, {6, 7}, {5, 5}, {16, 16}}) {
+        zkImage im(zkFunc("zkriAdd_32f_C3R"), zkSrc);
+        ASSERT_TRUE(im.createImage({w, h}));
+        ASSERT_TRUE(im.setJaehne());  // magnitude 1 for floats
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                for (int c = 0; c < 3; ++c)
+                    ASSERT_FLOAT_EQ(*static_cast<Zkr32f*>(im.getPointerAt(x, y, c)), static_cast<float>(rings(x, y, w, h, 1, 0)))
+                        << w << "x" << h << " at " << x << "," << y << " channel " << c;
+    }
+}
+
 TEST_F(Image, ConstAndSequenceFillPixelsOnly) {
     zkImage im(zkFunc("zkriAdd_8u_C3RSfs"), zkSrc);
     ASSERT_TRUE(im.createVector({3, 2}, SET_CONST, 200, 0));

@@ -35,6 +35,26 @@ TEST(ClockTicker, CachedRateIsNotEstimatedAgain) {
     qmCpuTicker::m_freqMHz = saved;
 }
 
+TEST(ClockRateFromEnvironment, WholeMegahertzInRangeOnly) {
+    EXPECT_EQ(qmClockRateFromEnv(nullptr), 0);
+    EXPECT_EQ(qmClockRateFromEnv("2300"), 2300);
+    EXPECT_EQ(qmClockRateFromEnv("1"), 1);
+    EXPECT_EQ(qmClockRateFromEnv("100000"), 100000);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(qmClockRateFromEnv("0"), 0);
+    EXPECT_EQ(qmClockRateFromEnv("100001"), 0);
+    EXPECT_EQ(qmClockRateFromEnv("-5"), 0);
+    EXPECT_EQ(qmClockRateFromEnv("2.3e3"), 0);
+    EXPECT_EQ(qmClockRateFromEnv("2300MHz"), 0);
+    EXPECT_EQ(qmClockRateFromEnv(""), 0);
+    EXPECT_EQ(qmClockRateFromEnv("99999999999999999999999"), 0);
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_NE(err.find("QM_CPU_MHZ=\"2300MHz\" is not a clock rate in MHz"), std::string::npos) << err;
+    size_t lines = 0;
+    for (char c : err) lines += c == '\n';
+    EXPECT_EQ(lines, 7u);  // one message per refused value
+}
+
 TEST(ClockOSTimer, FallsBackToProcessorTimeWithoutDevice) {
     LinuxRTClock fresh;
     EXPECT_EQ(fresh.m_fd, -1);
