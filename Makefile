@@ -7,11 +7,17 @@ WERROR     ?= OFF
 CMAKE_ARGS ?= -DCMAKE_BUILD_TYPE=Release
 # The compiler cache, when installed (make deps installs it): an object whose source, flags and
 # compiler are unchanged comes from the cache instead of the compiler.
-CCACHE     := $(shell command -v ccache 2>/dev/null)
-LAUNCHER   := $(if $(CCACHE),-DCMAKE_C_COMPILER_LAUNCHER=$(CCACHE) -DCMAKE_CXX_COMPILER_LAUNCHER=$(CCACHE))
+# (Evaluated when a recipe runs, after `deps` has installed what was missing.)
+CCACHE      = $(shell command -v ccache 2>/dev/null)
+LAUNCHER    = $(if $(CCACHE),-DCMAKE_C_COMPILER_LAUNCHER=$(CCACHE) -DCMAKE_CXX_COMPILER_LAUNCHER=$(CCACHE))
 # Paths inside the checkout are hashed relative to it, so a checkout elsewhere finds the same objects.
 export CCACHE_BASEDIR   := $(CURDIR)
 export CCACHE_NOHASHDIR := 1
+# Ninja when installed (make deps installs it): a target's objects compile as soon as their own inputs
+# exist instead of after every library the target links, so both cores stay busy to the end. A build
+# directory that exists keeps the generator it was made with.
+NINJA       = $(shell command -v ninja 2>/dev/null)
+generator   = $(if $(wildcard $(1)/CMakeCache.txt),,$(if $(NINJA),-G Ninja))
 
 .PHONY: all deps build run test test-asan test-tsan fuzz clean
 
@@ -21,7 +27,7 @@ deps:
 	@tools/install-deps.sh
 
 build:
-	cmake -S . -B $(BUILD) $(CMAKE_ARGS) $(LAUNCHER) -DQM_WERROR=$(WERROR)
+	cmake -S . -B $(BUILD) $(call generator,$(BUILD)) $(CMAKE_ARGS) $(LAUNCHER) -DQM_WERROR=$(WERROR)
 	cmake --build $(BUILD) -j$(JOBS)
 
 run: deps build
@@ -31,14 +37,14 @@ test: deps build
 	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
 
 test-asan: deps
-	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_SANITIZE=ON -DQM_BENCH=OFF $(LAUNCHER) -DQM_WERROR=$(WERROR)
+	cmake -S . -B $(ASAN_BUILD) $(call generator,$(ASAN_BUILD)) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_SANITIZE=ON -DQM_BENCH=OFF $(LAUNCHER) -DQM_WERROR=$(WERROR)
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	cd $(ASAN_BUILD) && ctest --output-on-failure -j$(JOBS)
 
 # The library and its tests under ThreadSanitizer: the worker pool, thread-count changes between
 # calls and every family's threaded path.
-test-tsan:
-	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_TSAN=ON -DQM_BENCH=OFF $(LAUNCHER) -DQM_WERROR=$(WERROR)
+test-tsan: deps
+	cmake -S . -B $(TSAN_BUILD) $(call generator,$(TSAN_BUILD)) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_TSAN=ON -DQM_BENCH=OFF $(LAUNCHER) -DQM_WERROR=$(WERROR)
 	cmake --build $(TSAN_BUILD) -j$(JOBS) --target qm_library_tests
 	cd $(TSAN_BUILD) && TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" ctest --output-on-failure -j$(JOBS) -E '_NOT_BUILT$$'
 

@@ -6,7 +6,17 @@
 //              kernel benchmark (bytes read + bytes written per clock)
 // 8u C1 uses the shared sizes; 32f C3 keeps its memory size at 8192 x 4096 (twice 384 MB).
 #include "bench_support.h"
-#include "zkri.h"
+#include "zkrcore.h"
+// Only this family's declarations: editing another family's table leaves this source alone.
+#define ZKR_TABLE "copy/TimiCopy.tbl"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
+#define ZKR_TABLE "copy/TimiCopyManaged.tbl"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
+#define ZKR_TABLE "copy/TimiCopyP.tbl"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
 
 namespace zkbench {
 namespace {

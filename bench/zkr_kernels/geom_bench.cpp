@@ -3,7 +3,14 @@
 // next to the bound of reading and writing each pixel once. A transpose reads rows and writes
 // columns: its tiles keep both in the first-level cache, so the bound is the same copy bound.
 #include "bench_support.h"
-#include "zkri.h"
+#include "zkrcore.h"
+// Only this family's declarations: editing another family's table leaves this source alone.
+#define ZKR_TABLE "geom/mirror.tbl"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
+#define ZKR_TABLE "geom/transp.tbl"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
 
 namespace zkbench {
 namespace {

@@ -2,7 +2,17 @@
 // bound: Threshold with the "greater" comparison on 8u and 32f sources holding values 0 to 255
 // around the threshold 128, so that half the components are replaced.
 #include "bench_support.h"
-#include "zkri.h"
+#include "zkrcore.h"
+// Only this family's declarations: editing another family's table leaves this source alone.
+#define ZKR_TABLE "thresh/thresh.tbl"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
+#define ZKR_TABLE "thresh/thresh_otsu.tbl"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
+#define ZKR_TABLE "thresh/threshi.tbl"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
 
 namespace zkbench {
 namespace {

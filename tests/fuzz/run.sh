@@ -17,8 +17,11 @@ if command -v ccache >/dev/null 2>&1; then
     launcher="-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache"
     export CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=1
 fi
+# Ninja when installed, for a directory not configured yet (one that exists keeps its generator).
+generator=""
+if command -v ninja >/dev/null 2>&1 && [ ! -f "$build/CMakeCache.txt" ]; then generator="-G Ninja"; fi
 # shellcheck disable=SC2086
-cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_FUZZ=ON -DQM_BENCH=OFF $launcher \
+cmake -S "$root" -B "$build" $generator -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQM_FUZZ=ON -DQM_BENCH=OFF $launcher \
       -DQM_WERROR="${QM_WERROR:-OFF}" -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ >/dev/null
 cmake --build "$build" --target $targets -j2
 

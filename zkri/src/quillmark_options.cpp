@@ -2,7 +2,6 @@
 // (control entry points and version getters, registered once however many modules bind them) and
 // offers the parameter name tables (-q, -q+, -Q).
 #include "zkrcore.h"
-#include "zkri.h"
 #include "zk.h"
 
 namespace {

@@ -80,15 +80,19 @@ private:
 };
 }  // namespace
 
+// The value of one item read from a stream, with a signal during the dialogue turned into an
+// exception. No object that lives past the jump point is modified after it (a local string assigned
+// there could be clobbered by the jump back).
+static qmString askValue(const qmParameter& p, qmIStream& in) {
+    // The dialogue is shown in full (errors, warnings, results) whatever -L asked for.
+    qmOutLevelKeeper level(in.isConsole());
+    qmSignalScope scope;
+    if (QM_SIGNAL_CAUGHT()) throw qmException(tsSignal::getInfo());
+    return in.getItemValue(p.name(), p.prompt(), p.defaultString(), p.validString());
+}
+
 void qmParameter::fromIStream(qmIStream& in) {
     if (m_name.empty()) return;
-    qmString text;
-    {
-        // The dialogue is shown in full (errors, warnings, results) whatever -L asked for.
-        qmOutLevelKeeper level(in.isConsole());
-        qmSignalScope scope;
-        if (QM_SIGNAL_CAUGHT()) throw qmException(tsSignal::getInfo());
-        text = in.getItemValue(m_name, prompt(), defaultString(), validString());
-    }
+    qmString text = askValue(*this, in);
     translate(text);
 }
