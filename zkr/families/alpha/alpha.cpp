@@ -3,6 +3,7 @@
 // point, which checks the arguments, turns the operation into its factors
 // and runs the kernels of the level in force.
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "alpha_kernels.h"
@@ -65,7 +66,12 @@ template <Lay L, class A> ZkrStatus run(const A& a) {
                                        int(sizeof(T)));
         s != zkrStsNoErr)
         return s;
-    if (!factorsOf(int(a.alphaType), j.f)) return zkrStsBadArgErr;
+    // A caller may pass any int as the operation (a C caller can): it is read as its integer bits,
+    // never loaded as the enumeration, whose valid range in C++ is narrower than int's.
+    int op = 0;
+    static_assert(sizeof op == sizeof a.alphaType);
+    std::memcpy(&op, &a.alphaType, sizeof op);
+    if (!factorsOf(op, j.f)) return zkrStsBadArgErr;
     j.aStep = a.src1Step, j.bStep = a.src2Step, j.dStep = a.dstStep;
     j.width = a.roiSize.width;
     const Kernels& ks = kernels();
