@@ -54,18 +54,6 @@ template <AddOp op> struct C1Call<Zkr32f, op> {
 };
 
 // The L1 data cache in bytes (48 KB when the system does not say).
-double threadCpuNs() {
-    timespec t{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return double(t.tv_sec) * 1e9 + double(t.tv_nsec);
-}
-
-double wallNs() {
-    timespec t{};
-    clock_gettime(CLOCK_MONOTONIC, &t);
-    return double(t.tv_sec) * 1e9 + double(t.tv_nsec);
-}
-
 long l1Bytes() {
     const long l1 = sysconf(_SC_LEVEL1_DCACHE_SIZE);
     return l1 > 0 ? l1 : 48 * 1024;
@@ -78,38 +66,13 @@ template <class T> ImageSize halfL1() {
 }
 
 template <class T, AddOp op> void benchC1(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<T> a(n), b(n), d(n);
     const int step = size.width * int(sizeof(T));
     const ZkriSize roi{size.width, size.height};
-    if (C1Call<T, op>::call(a.data(), b.data(), d.data(), step, roi) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const double c0 = threadCpuNs(), w0 = wallNs();
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        C1Call<T, op>::call(a.data(), b.data(), d.data(), step, roi);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double c1 = threadCpuNs(), w1 = wallNs();
-    const double calls = double(state.iterations());
-    const double pixels = double(n) * calls;
-    const double cpuTicks = (c1 - c0) * double(t1 - t0) / (w1 - w0);
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["clk/call"] = double(t1 - t0) / calls;
-    state.counters["cpu_clk/px"] = cpuTicks / pixels;
-    state.counters["cpu_clk/call"] = cpuTicks / calls;
+    timeKernel(state, double(n), 3.0 * sizeof(T), [&] { return C1Call<T, op>::call(a.data(), b.data(), d.data(), step, roi); });
     state.counters["ls_bound"] = double(sizeof(T)) / level.vectorBytes;
-    state.counters["mem_bound"] = 3.0 * sizeof(T) / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * 3 * sizeof(T)));
-    zkrInit();
 }
 
 template <class T, AddOp op> void registerRows(const std::string& name) {

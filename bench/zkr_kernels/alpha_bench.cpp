@@ -21,42 +21,15 @@
 namespace zkbench {
 namespace {
 
-double clockNs(clockid_t id) {
-    timespec t{};
-    clock_gettime(id, &t);
-    return double(t.tv_sec) * 1e9 + double(t.tv_nsec);
-}
-
 void benchAlphaOver(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height * 4;
     Buffer<Zkr8u> a(n), b(n), d(n);
     const int step = size.width * 4;
     const ZkriSize roi{size.width, size.height};
     auto call = [&] { return zkriAlphaComp_8u_AC4R(a.data(), step, b.data(), step, d.data(), step, roi, ZKRI_ALPHA_OVER); };
-    if (call() != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const double c0 = clockNs(CLOCK_THREAD_CPUTIME_ID), w0 = clockNs(CLOCK_MONOTONIC);
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call();
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double c1 = clockNs(CLOCK_THREAD_CPUTIME_ID), w1 = clockNs(CLOCK_MONOTONIC);
-    const double pixels = double(size.width) * size.height * double(state.iterations());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["cpu_clk/px"] = (c1 - c0) * double(t1 - t0) / (w1 - w0) / pixels;
+    timeKernel(state, double(size.width) * size.height, 12.0, call);
     state.counters["ls_bound"] = 4.0 / level.vectorBytes;
-    state.counters["mem_bound"] = 12.0 / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * 12));
-    zkrInit();
 }
 
 [[maybe_unused]] const bool s_registered = (registerPerLevel("AlphaComp_8u_AC4R_Over", &benchAlphaOver), true);

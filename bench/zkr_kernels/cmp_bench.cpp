@@ -13,11 +13,7 @@ namespace zkbench {
 namespace {
 
 void compare8u(benchmark::State& state, LevelInfo level, ImageSize size, bool constant) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<Zkr8u> a(n), b(n), d(n);
     const int step = size.width;
@@ -26,22 +22,7 @@ void compare8u(benchmark::State& state, LevelInfo level, ImageSize size, bool co
         return constant ? zkriCompareC_8u_C1R(a.data(), step, 128, d.data(), step, roi, zkrCmpLess)
                         : zkriCompare_8u_C1R(a.data(), step, b.data(), step, d.data(), step, roi, zkrCmpLess);
     };
-    if (call() != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call();
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(n) * double(state.iterations());
-    const double bytes = constant ? 2.0 : 3.0;
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["mem_bound"] = bytes / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * bytes));
-    zkrInit();
+    timeKernel(state, double(n), constant ? 2.0 : 3.0, call);
 }
 
 void twoImages(benchmark::State& s, LevelInfo l, ImageSize z) { compare8u(s, l, z, false); }

@@ -16,32 +16,13 @@ namespace zkbench {
 namespace {
 
 template <class S, class D, class Call> void benchConvert(benchmark::State& state, LevelInfo level, ImageSize size, Call call) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<S> s(n);
     Buffer<D> d(n);
     const int sStep = size.width * int(sizeof(S)), dStep = size.width * int(sizeof(D));
     const ZkriSize roi{size.width, size.height};
-    if (call(s.data(), sStep, d.data(), dStep, roi) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call(s.data(), sStep, d.data(), dStep, roi);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(n) * double(state.iterations());
-    constexpr double bytes = double(sizeof(S) + sizeof(D));
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["mem_bound"] = bytes / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * bytes));
-    zkrInit();
+    timeKernel(state, double(n), double(sizeof(S) + sizeof(D)), [&] { return call(s.data(), sStep, d.data(), dStep, roi); });
 }
 
 void widen8u32f(benchmark::State& st, LevelInfo l, ImageSize z) {

@@ -23,32 +23,14 @@ namespace {
 
 template <class T, int channels, ZkrStatus (*call)(const T*, int, T*, int, ZkriSize)>
 void benchCopy(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height * channels;
     Buffer<T> a(n), d(n);
     const int step = size.width * channels * int(sizeof(T));
     const ZkriSize roi{size.width, size.height};
-    if (call(a.data(), step, d.data(), step, roi) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call(a.data(), step, d.data(), step, roi);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(size.width) * size.height * double(state.iterations());
-    const double pixelBytes = double(sizeof(T)) * channels;
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["ls_bound"] = pixelBytes / level.vectorBytes;
-    state.counters["mem_bound"] = 2.0 * pixelBytes / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * 2 * pixelBytes));
-    zkrInit();
+    timeKernel(state, double(size.width) * size.height, 2.0 * double(sizeof(T)) * channels,
+               [&] { return call(a.data(), step, d.data(), step, roi); });
+    state.counters["ls_bound"] = double(sizeof(T)) * channels / level.vectorBytes;
 }
 
 const ImageSize kSizesC3[] = {{"L1", 64, 32}, {"L2", 128, 128}, {"mem", 8192, 4096}};

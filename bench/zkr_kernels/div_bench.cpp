@@ -15,31 +15,13 @@ namespace {
 
 template <class T, ZkrStatus (*call)(const T*, int, const T*, int, T*, int, ZkriSize)>
 void benchDiv(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<T> divisor(n), dividend(n), d(n);
     for (std::size_t i = 0; i < n; ++i) divisor.data()[i] = T(1 + i % 89);  // no zero: the regular path
     const int step = size.width * int(sizeof(T));
     const ZkriSize roi{size.width, size.height};
-    if (call(divisor.data(), step, dividend.data(), step, d.data(), step, roi) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call(divisor.data(), step, dividend.data(), step, d.data(), step, roi);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(n) * double(state.iterations());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["mem_bound"] = 3.0 * sizeof(T) / copyRate().bytesPerClock;  // two loads, one store
-    state.SetBytesProcessed(std::int64_t(pixels * 3 * sizeof(T)));
-    zkrInit();
+    timeKernel(state, double(n), 3.0 * sizeof(T), [&] { return call(divisor.data(), step, dividend.data(), step, d.data(), step, roi); });
 }
 
 ZkrStatus div16s(const Zkr16s* a, int as, const Zkr16s* b, int bs, Zkr16s* d, int ds, ZkriSize roi) {

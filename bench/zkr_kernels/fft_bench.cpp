@@ -4,14 +4,8 @@
 // the rate in flops per clock of processor time with the usual count of 5 N log2 N for N complex points (half of it
 // for a real image), so the levels can be compared with the vector width. cpu_clk/px counts only
 // the ticks the thread was running, which a machine shared with other work needs.
-#include <time.h>
-
-#include <chrono>
-#include <cmath>
 #include <cstdint>
-#include <thread>
 #include <string>
-#include <vector>
 
 #include "bench_support.h"
 #include "zkrcore.h"
@@ -25,31 +19,8 @@ namespace {
 
 constexpr int kOrder = 8;
 
-// Time-stamp counter ticks per nanosecond, from 20 ms of wall time.
-double tscPerNs() {
-    static const double rate = [] {
-        const auto n0 = std::chrono::steady_clock::now();
-        const std::uint64_t t0 = ticks();
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        const std::uint64_t t1 = ticks();
-        const auto n1 = std::chrono::steady_clock::now();
-        return double(t1 - t0) / double(std::chrono::duration_cast<std::chrono::nanoseconds>(n1 - n0).count());
-    }();
-    return rate;
-}
-
-double threadCpuNs() {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return double(ts.tv_sec) * 1e9 + double(ts.tv_nsec);
-}
-
 template <bool complex> void benchFft(benchmark::State& state, LevelInfo level) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const int w = 1 << kOrder, h = 1 << kOrder;
     const std::size_t n = std::size_t(w) * h;
     int bytes = 0;
@@ -63,37 +34,23 @@ template <bool complex> void benchFft(benchmark::State& state, LevelInfo level) 
                                   zkriFFTGetBufSize_R_32f(specR, &bytes) == zkrStsNoErr;
     if (!ok) {
         state.SkipWithError("setup not created");
-        return;
-    }
-    Buffer<Zkr8u> work(static_cast<std::size_t>(bytes));
-    const int comps = complex ? 2 : 1;
-    Buffer<Zkr32f> src(n * comps), dst(n * comps);
-    const int step = w * comps * int(sizeof(Zkr32f));
-    auto call = [&] {
-        if constexpr (complex)
-            return zkriFFTFwd_CToC_32fc_C1R(reinterpret_cast<const Zkr32fc*>(src.data()), step,
-                                            reinterpret_cast<Zkr32fc*>(dst.data()), step, specC, work.data());
-        else
-            return zkriFFTFwd_RToPack_32f_C1R(src.data(), step, dst.data(), step, specR, work.data());
-    };
-    if (call() != zkrStsNoErr) {
-        state.SkipWithError("call failed");
     } else {
-        const double c0 = threadCpuNs();
-        const std::uint64_t t0 = ticks();
-        for (auto _ : state) {
-            call();
-            benchmark::ClobberMemory();
+        Buffer<Zkr8u> work(static_cast<std::size_t>(bytes));
+        const int comps = complex ? 2 : 1;
+        Buffer<Zkr32f> src(n * comps), dst(n * comps);
+        const int step = w * comps * int(sizeof(Zkr32f));
+        auto call = [&] {
+            if constexpr (complex)
+                return zkriFFTFwd_CToC_32fc_C1R(reinterpret_cast<const Zkr32fc*>(src.data()), step,
+                                                reinterpret_cast<Zkr32fc*>(dst.data()), step, specC, work.data());
+            else
+                return zkriFFTFwd_RToPack_32f_C1R(src.data(), step, dst.data(), step, specR, work.data());
+        };
+        if (const auto t = timeKernel(state, double(n), 0.0, call)) {
+            // 5 N log2(N) for the complex transform, half of it for the real one, per pixel.
+            const double flopsPerPixel = 5.0 * (2 * kOrder) / (complex ? 1 : 2);
+            state.counters["flop/cpu_clk"] = flopsPerPixel / t->cpuClkPerPx;
         }
-        const std::uint64_t t1 = ticks();
-        const double c1 = threadCpuNs();
-        const double pixels = double(n) * double(state.iterations());
-        const double flops = 5.0 * double(n) * (2 * kOrder) / (complex ? 1 : 2) * double(state.iterations());
-        state.counters["clk/px"] = double(t1 - t0) / pixels;
-        // The same from the thread's processor time: on a shared machine, clocks it was really running.
-        const double cpuTicks = (c1 - c0) * tscPerNs();
-        state.counters["cpu_clk/px"] = cpuTicks / pixels;
-        state.counters["flop/cpu_clk"] = flops / cpuTicks;
     }
     zkriFFTFree_C_32fc(specC);
     zkriFFTFree_R_32f(specR);

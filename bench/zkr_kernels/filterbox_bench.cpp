@@ -19,31 +19,14 @@ using FilterCall = ZkrStatus (*)(const Zkr8u*, int, Zkr8u*, int, ZkriSize, ZkriS
 
 template <FilterCall call, int maskW, int maskH>
 void benchFilter(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const ZkriSize mask{maskW, maskH};
     const ZkriPoint anchor{maskW / 2, maskH / 2};
     const int srcW = size.width + maskW - 1, srcH = size.height + maskH - 1;
     Buffer<Zkr8u> src(std::size_t(srcW) * srcH), dst(std::size_t(size.width) * size.height);
     const Zkr8u* roi = src.data() + std::size_t(anchor.y) * srcW + anchor.x;
     const ZkriSize dstRoi{size.width, size.height};
-    if (call(roi, srcW, dst.data(), size.width, dstRoi, mask, anchor) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call(roi, srcW, dst.data(), size.width, dstRoi, mask, anchor);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(size.width) * size.height * double(state.iterations());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.SetBytesProcessed(std::int64_t(pixels * 2));
-    zkrInit();
+    timeKernel(state, double(size.width) * size.height, 2.0, [&] { return call(roi, srcW, dst.data(), size.width, dstRoi, mask, anchor); });
 }
 
 [[maybe_unused]] const bool s_registered =

@@ -16,57 +16,21 @@ namespace zkbench {
 namespace {
 
 void benchTranspose(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<Zkr8u> a(n), d(n);
     const ZkriSize roi{size.width, size.height};
     auto call = [&] { return zkriTranspose_8u_C1R(a.data(), size.width, d.data(), size.height, roi); };
-    if (call() != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call();
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(n) * double(state.iterations());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["mem_bound"] = 2.0 / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * 2));
-    zkrInit();
+    timeKernel(state, double(n), 2.0, call);
 }
 
 void benchMirror(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<Zkr8u> a(n), d(n);
     const ZkriSize roi{size.width, size.height};
     auto call = [&] { return zkriMirror_8u_C1R(a.data(), size.width, d.data(), size.width, roi, zkriAxsVertical); };
-    if (call() != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call();
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(n) * double(state.iterations());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["mem_bound"] = 2.0 / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * 2));
-    zkrInit();
+    timeKernel(state, double(n), 2.0, call);
 }
 
 [[maybe_unused]] const bool s_registered =

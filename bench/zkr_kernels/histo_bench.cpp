@@ -20,30 +20,12 @@ constexpr int kLevels = 256;
 
 template <class T, class Call>
 void benchHisto(benchmark::State& state, LevelInfo level, ImageSize size, int bytesPerPixel, Call call) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<T> a(n), b(n);
     const int step = size.width * int(sizeof(T));
     const ZkriSize roi{size.width, size.height};
-    if (call(a.data(), b.data(), step, roi) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call(a.data(), b.data(), step, roi);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(n) * double(state.iterations());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["mem_bound"] = double(bytesPerPixel) / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * bytesPerPixel));
-    zkrInit();
+    timeKernel(state, double(n), double(bytesPerPixel), [&] { return call(a.data(), b.data(), step, roi); });
 }
 
 std::vector<Zkr32s> g_hist(kLevels - 1), g_levels(kLevels), g_values(kLevels);

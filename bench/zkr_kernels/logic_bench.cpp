@@ -32,12 +32,6 @@
 namespace zkbench {
 namespace {
 
-double threadSeconds() {
-    timespec t{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
 template <class T> struct AndC1;
 template <> struct AndC1<Zkr8u> {
     static constexpr const char* name = "And_8u_C1R";
@@ -62,37 +56,15 @@ template <> struct AndC1<Zkr32s> {
 };
 
 template <class T> void benchAnd(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<T> a(n), b(n), d(n);
     const int step = size.width * int(sizeof(T));
     const ZkriSize roi{size.width, size.height};
-    if (AndC1<T>::call(a.data(), b.data(), d.data(), step, roi) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const double c0 = threadSeconds();
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        AndC1<T>::call(a.data(), b.data(), d.data(), step, roi);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double cpuTicks = (threadSeconds() - c0) * copyRate().tscGHz * 1e9;
-    const double pixels = double(n) * double(state.iterations());
-    const double bound = double(sizeof(T)) / level.vectorBytes;
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["ls_bound"] = bound;
-    state.counters["cpu_clk/px"] = cpuTicks / pixels;
-    state.counters["x_bound"] = cpuTicks / pixels / bound;
-    state.counters["cpu_clk/call"] = cpuTicks / double(state.iterations());
-    state.counters["mem_bound"] = 3.0 * sizeof(T) / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * 3 * sizeof(T)));
-    zkrInit();
+    const auto t = timeKernel(state, double(n), 3.0 * sizeof(T), [&] { return AndC1<T>::call(a.data(), b.data(), d.data(), step, roi); });
+    if (!t) return;
+    state.counters["ls_bound"] = double(sizeof(T)) / level.vectorBytes;
+    state.counters["x_bound"] = t->cpuClkPerPx / (double(sizeof(T)) / level.vectorBytes);
 }
 
 template <class T> void registerType() {

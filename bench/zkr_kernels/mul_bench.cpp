@@ -47,45 +47,16 @@ template <> struct MulC1<Zkr32f> {
     }
 };
 
-double threadCpuNs() {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return double(ts.tv_sec) * 1e9 + double(ts.tv_nsec);
-}
-
 template <class T> void benchMul(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<T> a(n), b(n), d(n);
     const int step = size.width * int(sizeof(T));
     const ZkriSize roi{size.width, size.height};
-    if (MulC1<T>::call(a.data(), b.data(), d.data(), step, roi) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const auto w0 = std::chrono::steady_clock::now();
-    const double c0 = threadCpuNs();
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        MulC1<T>::call(a.data(), b.data(), d.data(), step, roi);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double c1 = threadCpuNs();
-    const auto w1 = std::chrono::steady_clock::now();
-    const double pixels = double(n) * double(state.iterations());
-    const double ticksPerNs = double(t1 - t0) / double(std::chrono::duration_cast<std::chrono::nanoseconds>(w1 - w0).count());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    const double cpuClk = (c1 - c0) * ticksPerNs / pixels;
-    state.counters["cpu_clk/px"] = cpuClk;
+    const auto t = timeKernel(state, double(n), 3.0 * sizeof(T), [&] { return MulC1<T>::call(a.data(), b.data(), d.data(), step, roi); });
+    if (!t) return;
     state.counters["ls_bound"] = double(sizeof(T)) / level.vectorBytes;
-    state.counters["cpu_x_bound"] = cpuClk / (double(sizeof(T)) / level.vectorBytes);
-    state.SetBytesProcessed(std::int64_t(pixels * 3 * sizeof(T)));
-    zkrInit();
+    state.counters["cpu_x_bound"] = t->cpuClkPerPx / (double(sizeof(T)) / level.vectorBytes);
 }
 
 template <class T> bool registerType() {

@@ -12,30 +12,12 @@ namespace {
 
 template <class T, ZkrStatus (*call)(const T*, int, T*, int, ZkriSize)>
 void benchUnary(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<T> a(n), d(n);
     const int step = size.width * int(sizeof(T));
     const ZkriSize roi{size.width, size.height};
-    if (call(a.data(), step, d.data(), step, roi) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call(a.data(), step, d.data(), step, roi);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(n) * double(state.iterations());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["mem_bound"] = 2.0 * sizeof(T) / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * 2 * sizeof(T)));
-    zkrInit();
+    timeKernel(state, double(n), 2.0 * sizeof(T), [&] { return call(a.data(), step, d.data(), step, roi); });
 }
 
 ZkrStatus sqr16s(const Zkr16s* s, int ss, Zkr16s* d, int ds, ZkriSize roi) { return zkriSqr_16s_C1RSfs(s, ss, d, ds, roi, 1); }

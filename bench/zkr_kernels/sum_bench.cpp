@@ -11,30 +11,12 @@ namespace zkbench {
 namespace {
 
 template <class T, class Call> void benchReduce(benchmark::State& state, LevelInfo level, ImageSize size, Call call) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<T> a(n);
     const int step = size.width * int(sizeof(T));
     const ZkriSize roi{size.width, size.height};
-    if (call(a.data(), step, roi) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call(a.data(), step, roi);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(n) * double(state.iterations());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["mem_bound"] = double(sizeof(T)) / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * sizeof(T)));
-    zkrInit();
+    timeKernel(state, double(n), double(sizeof(T)), [&] { return call(a.data(), step, roi); });
 }
 
 Zkr64f g_sum;

@@ -19,32 +19,14 @@ namespace {
 
 template <class T, ZkrStatus (*call)(const T*, int, T*, int, ZkriSize, T, ZkrCmpOp)>
 void benchThreshold(benchmark::State& state, LevelInfo level, ImageSize size) {
-    if (zkrInitCpu(level.type) != zkrStsNoErr) {
-        state.SkipWithError("level not supported by this processor");
-        return;
-    }
-    zkrSetNumThreads(1);
+    if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(size.width) * size.height;
     Buffer<T> a(n), d(n);
     for (std::size_t i = 0; i < n; ++i) a.data()[i] = T((i * 97 + i / 7) % 256);
     const int step = size.width * int(sizeof(T));
     const ZkriSize roi{size.width, size.height};
     const T threshold = T(128);
-    if (call(a.data(), step, d.data(), step, roi, threshold, zkrCmpGreater) != zkrStsNoErr) {
-        state.SkipWithError("call failed");
-        return;
-    }
-    const std::uint64_t t0 = ticks();
-    for (auto _ : state) {
-        call(a.data(), step, d.data(), step, roi, threshold, zkrCmpGreater);
-        benchmark::ClobberMemory();
-    }
-    const std::uint64_t t1 = ticks();
-    const double pixels = double(n) * double(state.iterations());
-    state.counters["clk/px"] = double(t1 - t0) / pixels;
-    state.counters["mem_bound"] = 2.0 * sizeof(T) / copyRate().bytesPerClock;
-    state.SetBytesProcessed(std::int64_t(pixels * 2 * sizeof(T)));
-    zkrInit();
+    timeKernel(state, double(n), 2.0 * sizeof(T), [&] { return call(a.data(), step, d.data(), step, roi, threshold, zkrCmpGreater); });
 }
 
 [[maybe_unused]] const bool s_registered =

@@ -9,10 +9,6 @@
 
 using namespace e2e;
 
-namespace {
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
-}  // namespace
-
 TEST(AddFamily, ResultTableHasOneMeasuredRowPerScaleFactor) {
     TempDir d;
     Outcome r = quill("-B -fAdd_8u_C1RSfs -r -l" + d.str() + " -dSize=64x64");

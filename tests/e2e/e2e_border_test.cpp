@@ -11,10 +11,6 @@
 
 using namespace e2e;
 
-namespace {
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
-}  // namespace
-
 TEST(BorderModule, ListsEveryFunctionPerBase) {
     EXPECT_EQ(listedBases("TimiBorder"),
               (std::map<std::string, int>{{"CopyReplicateBorder", 40}, {"CopyConstBorder", 20}, {"CopyWrapBorder", 4}}));

@@ -11,12 +11,6 @@
 
 using namespace e2e;
 
-namespace {
-
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
-
-}  // namespace
-
 TEST(CmpFamily, ListsEveryFunctionPerBase) {
     EXPECT_EQ(listedBases("TimCmp"), (std::map<std::string, int>{{"Compare", 16}, {"CompareC", 16}}));
 }

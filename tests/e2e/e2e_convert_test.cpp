@@ -13,7 +13,6 @@ using namespace e2e;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 const std::string kShort = " -dSize=32x8 -dMethod=Manual -dNumLoops=2";
 
@@ -29,11 +28,7 @@ TEST(ConvertFamily, MeasuresEveryExactConversionOk) {
     EXPECT_EQ(r.status, 0) << r.out;
     const std::vector<PerfLine> perf = perfLines(r.out);
     EXPECT_EQ(perf.size(), 16u);
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 16);
 }
 

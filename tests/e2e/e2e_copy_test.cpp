@@ -14,7 +14,6 @@ using namespace e2e;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 const char* kShort = " -dSize=32x8 -dMethod=Manual -dNumLoops=2";
 

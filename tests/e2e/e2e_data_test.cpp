@@ -15,7 +15,6 @@ using namespace e2e;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 const std::string kOne = "-B -f=zkriAdd_8u_C1RSfs -dSize=64x64 -dscaleFactor=0 ";
 const std::string kManual = "-dMethod=Manual -dNumLoops=2 ";

@@ -10,12 +10,6 @@
 
 using namespace e2e;
 
-namespace {
-
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
-
-}  // namespace
-
 TEST(DivFamily, ListsEveryFunctionPerBase) {
     EXPECT_EQ(listedBases("TimiDiv"), (std::map<std::string, int>{{"Div", 50}, {"DivC", 50}}));
     EXPECT_EQ(listedBases("TimiDivRound"), (std::map<std::string, int>{{"Div_Round", 24}}));
@@ -28,11 +22,7 @@ TEST(DivFamily, MeasuresEveryFunctionOk) {
     const std::vector<PerfLine> perf = perfLines(r.out);
     // One line per function and scale factor (0; 1; 4): 36 + 36 integer functions, 14 + 14 float ones.
     EXPECT_EQ(perf.size(), 3u * 72u + 28u);
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 100);
 }
 

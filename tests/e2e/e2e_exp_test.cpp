@@ -13,7 +13,6 @@ using namespace e2e;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 // The function names of one test class's listing rows.
 std::set<std::string> listedFunctions(const std::string& testClass) {
@@ -50,11 +49,7 @@ TEST(ExpFamily, MeasuresEveryFunctionOk) {
     const std::vector<PerfLine> perf = perfLines(r.out);
     // Three scale factors for the 18 integer functions, one line for the 4 float ones.
     EXPECT_EQ(perf.size(), 18u * 3u + 4u);
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 22);
 }
 

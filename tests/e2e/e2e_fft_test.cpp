@@ -11,7 +11,6 @@
 using namespace e2e;
 
 namespace {
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 // The base of a function name: "zkriFFTFwd_RToPack_8u32s_C1RSfs" -> "zkriFFTFwd_RToPack".
 std::string baseOf(const std::string& name) { return name.substr(0, name.find('_', name.find('_') + 1)); }

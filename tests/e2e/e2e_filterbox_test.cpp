@@ -14,7 +14,6 @@ using namespace e2e;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 // Function names of the listing rows ("| zkri... ").
 std::vector<std::string> listedFunctions(const std::string& out) {

@@ -10,10 +10,6 @@
 
 using namespace e2e;
 
-namespace {
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
-}  // namespace
-
 TEST(GeomModules, ListEveryFunctionPerBase) {
     EXPECT_EQ(listedBases("TimiTransp"), (std::map<std::string, int>{{"Transpose", 30}}));
     EXPECT_EQ(listedBases("TimMirror"), (std::map<std::string, int>{{"Mirror", 40}, {"ImageRamp", 24}}));
@@ -24,11 +20,7 @@ TEST(GeomModules, TransposeMeasuresEveryFunctionOk) {
     EXPECT_EQ(r.status, 0) << r.out;
     const std::vector<PerfLine> perf = perfLines(r.out);
     ASSERT_EQ(perf.size(), 30u);
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 30);
 }
 

@@ -11,12 +11,6 @@
 
 using namespace e2e;
 
-namespace {
-
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
-
-}  // namespace
-
 TEST(HistoFamily, ListsEveryFunctionPerBase) {
     EXPECT_EQ(listedBases("TimiHisto"),
               (std::map<std::string, int>{{"HistogramRange", 16}, {"HistogramEven", 12}, {"LUT", 32},
@@ -28,11 +22,7 @@ TEST(HistoFamily, MeasuresEveryFunctionOk) {
     EXPECT_EQ(r.status, 0) << r.out;
     const std::vector<PerfLine> perf = perfLines(r.out);
     EXPECT_EQ(perf.size(), 130u);
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 130);
 }
 

@@ -10,12 +10,6 @@
 
 using namespace e2e;
 
-namespace {
-
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
-
-}  // namespace
-
 TEST(SqrFamily, ListsEveryFunctionPerBase) {
     EXPECT_EQ(listedBases("TimiSqr"), (std::map<std::string, int>{{"Sqr", 32}, {"Sqrt", 25}, {"Abs", 16}}));
 }
@@ -26,11 +20,7 @@ TEST(SqrFamily, MeasuresEveryFunctionOk) {
     const std::vector<PerfLine> perf = perfLines(r.out);
     // One line per function, three scale factors for the scaled ones (24 Sqr, 18 Sqrt).
     EXPECT_EQ(perf.size(), 73u + 2u * (24u + 18u));
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Number of tests"), 73);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 73);
 }

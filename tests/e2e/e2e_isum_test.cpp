@@ -11,12 +11,6 @@
 
 using namespace e2e;
 
-namespace {
-
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
-
-}  // namespace
-
 TEST(SumFamily, ListsEveryFunctionPerBase) {
     EXPECT_EQ(listedBases("TimiSum"),
               (std::map<std::string, int>{{"Sum", 12}, {"Mean", 12}, {"Min", 16}, {"MinIndx", 16}, {"Max", 16},
@@ -29,11 +23,7 @@ TEST(SumFamily, MeasuresEveryFunctionOk) {
     const std::vector<PerfLine> perf = perfLines(r.out);
     // One line per function, two (fast, accurate) for the six float sums and means.
     EXPECT_EQ(perf.size(), 113u + 6u);
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 113);
 }
 

@@ -14,7 +14,6 @@ using namespace e2e;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 const std::map<std::string, int> kThresholdBases = {
     {"Threshold", 12},       {"Threshold_GT", 12},    {"Threshold_LT", 12},         {"Threshold_Val", 12},

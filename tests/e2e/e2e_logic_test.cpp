@@ -13,7 +13,6 @@ using namespace e2e;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 const std::string kShort = " -B -LP -dSize=32x8 -dMethod=Manual -dNumLoops=2";
 
@@ -23,11 +22,7 @@ void expectAllOk(const std::string& testClass, int functions) {
     EXPECT_EQ(r.status, 0) << r.out;
     const std::vector<PerfLine> perf = perfLines(r.out);
     EXPECT_EQ(perf.size(), std::size_t(functions));
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Number of tests"), functions);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), functions);
 }

@@ -15,7 +15,6 @@ using namespace e2e;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 const char* const kShort = " -dSize=32x8 -dMethod=Manual -dNumLoops=2";
 
@@ -56,11 +55,7 @@ TEST(MulFamily, MeasuresEveryFunctionOkInTwoGroups) {
     EXPECT_EQ(r.status, 0) << r.out;
     const std::vector<PerfLine> perf = perfLines(r.out);
     EXPECT_EQ(perf.size(), 161u + 2u * 72u);
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 161);
     const std::map<std::string, std::string> reg = macros(r.out);
     EXPECT_EQ(reg.size(), 161u);

@@ -11,10 +11,6 @@
 
 using namespace e2e;
 
-namespace {
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
-}  // namespace
-
 TEST(ResizeModule, ListsEveryFunctionUnderItsTestClass) {
     const Outcome r = quill("-e -tTimResize");
     EXPECT_EQ(r.status, 0) << r.out;

@@ -21,7 +21,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 Outcome fixture(const std::string& args) { return run(quote(fixtureProgram()) + " " + args); }
 
 const std::string kAdd = "-B -f=zkriAdd_8u_C1RSfs -dSize=64x64 -dMethod=Manual -dNumLoops=2 ";

@@ -6,10 +6,6 @@
 using namespace e2e;
 namespace fs = std::filesystem;
 
-namespace {
-Outcome quill(const std::string& args, const std::string& dir = "") { return run(quote(program()) + " " + args, dir); }
-}  // namespace
-
 TEST(Banner, VersionAlonePrintsBannerAndExitsZero) {
     Outcome r = quill("-v");
     EXPECT_EQ(r.status, 0);

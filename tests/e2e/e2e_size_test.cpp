@@ -12,7 +12,6 @@ using namespace e2e;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 const char* const kShortRun = "-B -LP -tTimSize -dSize=32x8 -dMethod=Manual -dNumLoops=2";
 
@@ -30,11 +29,7 @@ TEST(SizeModule, MeasuresEveryFunctionOk) {
     EXPECT_EQ(r.status, 0) << r.out;
     const std::vector<PerfLine> perf = perfLines(r.out);
     EXPECT_EQ(perf.size(), 33u);
-    for (const PerfLine& p : perf) {
-        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
-        EXPECT_EQ(p.unit, "pxch");
-        EXPECT_GT(p.clocks, 0);
-    }
+    expectEveryLineOk(perf);
     EXPECT_EQ(summaryCount(r.out, ".Number of tests"), 33);
     EXPECT_EQ(summaryCount(r.out, ".Successes"), 33);
 }

@@ -33,6 +33,8 @@ std::string quote(const std::string& s) { return "'" + s + "'"; }
 
 std::string program() { return QM_PROGRAM; }
 
+Outcome quill(const std::string& args, const std::string& dir) { return run(quote(program()) + " " + args, dir); }
+
 std::map<std::string, int> listedBases(const std::string& testClass) {
     const Outcome r = run(quote(program()) + " -e -t=" + testClass);
     std::map<std::string, int> bases;
@@ -127,6 +129,14 @@ std::vector<PerfLine> perfLines(const std::string& out) {
         }
     }
     return found;
+}
+
+void expectEveryLineOk(const std::vector<PerfLine>& perf, const std::string& unit) {
+    for (const PerfLine& p : perf) {
+        EXPECT_EQ(p.result, "OK") << p.params << " " << p.comment;
+        EXPECT_EQ(p.unit, unit) << p.params;
+        EXPECT_GT(p.clocks, 0) << p.params;
+    }
 }
 
 int summaryCount(const std::string& out, const std::string& name) {

@@ -28,6 +28,9 @@ std::string quote(const std::string& s);
 
 std::string program();
 
+// Runs the program with the given arguments (in the given directory, the current one when empty).
+Outcome quill(const std::string& args, const std::string& dir = "");
+
 // The -e listing's rows of one test class, counted per base (the function name's part after "zkri"
 // up to the underscore before its type, so "Threshold_GT" and "LUT_Linear" are bases), so that a
 // family's test can compare them with the catalogue's counts.

@@ -56,6 +56,9 @@ struct PerfLine {
 
 std::vector<PerfLine> perfLines(const std::string& out);
 
+// Every performance line says "OK" with a positive figure per unit (pixel channels by default).
+void expectEveryLineOk(const std::vector<PerfLine>& perf, const std::string& unit = "pxch");
+
 // The value of a counter of the framed summary box, as "| .Successes       : 1"; -1 when absent.
 int summaryCount(const std::string& out, const std::string& name);
 

@@ -14,7 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-Outcome quill(const std::string& args) { return run(quote(program()) + " " + args); }
 
 // One 8u single-channel function at 64x64: 4096 pixel channels per call.
 const std::string kAdd = "-B -f=zkriAdd_8u_C1RSfs -dSize=64x64 ";
