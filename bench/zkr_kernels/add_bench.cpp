@@ -18,7 +18,6 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <ctime>
 #include <string>
 
 #include "bench_support.h"

@@ -6,7 +6,6 @@
 // keeps it above that bound. Clocks are TSC ticks over the whole timed loop
 // (clk/px) and the same from the thread's CPU time (cpu_clk/px), which is the
 // figure to read on a shared machine.
-#include <ctime>
 
 #include "bench_support.h"
 #include "zkrcore.h"

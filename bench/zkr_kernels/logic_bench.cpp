@@ -9,7 +9,6 @@
 // timed loop (wall time: it includes the time the thread was descheduled on a
 // loaded machine), cpu_clk/px the loop's thread CPU time converted to ticks at
 // the counter's rate. x_bound is cpu_clk/px over the load/store bound.
-#include <time.h>
 
 #include <string>
 

@@ -5,9 +5,7 @@
 // clk/px counts time-stamp ticks over the whole timed loop, so on a machine shared with other work it
 // includes the time other threads held the core; cpu_clk/px counts only this thread's processor
 // time, converted to ticks at the rate the loop itself measured.
-#include <time.h>
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 

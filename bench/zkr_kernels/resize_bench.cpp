@@ -2,7 +2,6 @@
 // halving both axes (factor 0.5), on every dispatch level and image size: the
 // source is the size named, the destination a quarter of it.
 #include <cstdint>
-#include <ctime>
 
 #include "bench_support.h"
 #include "zkrcore.h"
