@@ -72,6 +72,7 @@ public:
     qmString comment;
     qmString params;
     long long numClocks = 0;
+    double spanPerCall = 0;  // counter ticks per call in the last loop span (when to start the next)
     double achievedAccuracy = 1.0;
     int autoStartLoops = 0;
     int autoStopLoops = 0;

@@ -28,6 +28,7 @@ void qmTool::reset() {
     resetTime = time(nullptr);
     numClocks = 0;
     numLoops = 0;
+    spanPerCall = 0;
     m_log = qmString();
 }
 

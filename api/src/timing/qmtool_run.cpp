@@ -4,6 +4,7 @@
 #include "qmclock.h"
 #include "qmfpu.h"
 #include "qmstream.h"
+#include "qmtick.h"
 #include "qmtool.h"
 
 namespace {
@@ -30,6 +31,10 @@ qmResult qmTool::callEntry(bool loopForm, int* count) {
 
 void qmTool::runTimFunc(int loops, double* result, bool forceLoop) {
     bool loopForm = forceLoop || !useCalls;
+    // The window after a clock interruption in which a span may start without waiting for the
+    // next one: 400 us at the clock rate once it is known.
+    if (loopForm && qmCpuTicker::m_freqMHz > 0) qmSpanAlign().setWindow(400ull * qmCpuTicker::m_freqMHz);
+    const auto expected = static_cast<uint64_t>(spanPerCall * (loops + 1));  // with the warm-up call
     for (int attempt = 1;; ++attempt) {
         int count = loops;  // in the call form: the minimum calls in, the calls made out
         numClocks = 0;
@@ -40,6 +45,7 @@ void qmTool::runTimFunc(int loops, double* result, bool forceLoop) {
                 return;
             }
             qmTraceScope trace("zkrFunctionCalls");
+            if (loopForm) qmSpanAlign().before(expected);
             answer = loopForm ? timCall_Loop(count, &numClocks, true) : timCall_Stat(&count, &numClocks, true);
         } else {
             if (initAndGuard && initFunc) {
@@ -48,7 +54,9 @@ void qmTool::runTimFunc(int loops, double* result, bool forceLoop) {
             }
             g_trace.traceIn("zkrFunctionCalls");
             qmSetPriority(m_priority);
-            // The register fill comes last so that the entry really starts from the NaN patterns.
+            // A loop span starts right after a clock interruption (qmtick.h); the register fill
+            // comes last so that the entry really starts from the NaN patterns.
+            if (loopForm) qmSpanAlign().before(expected);
             ctrlStart();
             answer = callEntry(loopForm, &count);
             ctrlStop();
@@ -56,6 +64,8 @@ void qmTool::runTimFunc(int loops, double* result, bool forceLoop) {
             g_trace.traceOut("zkrFunctionCalls");
         }
         updateResult(answer);
+        if (loopForm && numClocks > 0 && count > 0)
+            spanPerCall = static_cast<double>(numClocks) / qmCpuTicker::getClockFactor() / count;
         // No clocks at all (a counter hiccup or an entry that skipped its calls): one more try.
         if (status > QM_WARNING || numClocks > 0 || attempt == 2) {
             *result = perCall(numClocks, count);

@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "qmclock.h"
+#include "qmtick.h"
 
 TEST(ClockNominalRate, SnapsOnlyWithinThreePercent) {
     EXPECT_EQ(qmNominalFreqMHz(2993), 3060);  // 67 / 2993 < 0.03
@@ -191,4 +193,112 @@ TEST_F(ClockPriority, NotRootChangesNothing) {
     qmResetPriority();
     EXPECT_TRUE(changes(m_sys.calls).empty());
     EXPECT_FALSE(m_sys.calls.empty());  // but it did ask who it runs as
+}
+
+// ---------------------------------------------------------------- tick alignment
+namespace {
+// A counter that advances by `step` per read and jumps by `jumpBy` at the reads listed in `jumps`.
+struct FakeCounter {
+    static inline uint64_t value = 0;
+    static inline int reads = 0;
+    static inline std::vector<int> jumps;
+    static inline uint64_t step = 30, jumpBy = 70000;
+    static uint64_t read() {
+        ++reads;
+        for (int j : jumps)
+            if (j == reads) value += jumpBy;
+        return value += step;
+    }
+    static void reset(std::vector<int> at) {
+        value = 1000;
+        reads = 0;
+        jumps = std::move(at);
+    }
+};
+}  // namespace
+
+
+TEST(TickAlign, ReturnsRightAfterTheFirstJump) {
+    FakeCounter::reset({50});
+    qmTickAlign align(&FakeCounter::read, 2000, 1000000, 400000);
+    EXPECT_TRUE(align.wait());
+    EXPECT_EQ(FakeCounter::reads, 50);  // the read that saw the jump is the last one
+}
+
+TEST(TickAlign, GapsAtOrBelowTheThresholdAreNotTicks) {
+    FakeCounter::reset({10, 20});
+    FakeCounter::jumpBy = 1970;  // with the step: exactly the threshold, not above it
+    qmTickAlign align(&FakeCounter::read, 2000, 30000, 400000);
+    EXPECT_FALSE(align.wait());
+    EXPECT_GT(FakeCounter::value - 1000, 30000u);  // waited the whole timeout
+    FakeCounter::jumpBy = 70000;
+}
+
+TEST(TickAlign, GivesUpAfterThreeWaitsWithoutATickAndRecoversWhenEnabledAgain) {
+    FakeCounter::reset({});
+    qmTickAlign align(&FakeCounter::read, 2000, 3000, 400000);
+    for (int i = 0; i < qmTickAlign::kMaxMisses; ++i) EXPECT_FALSE(align.wait());
+    const int reads = FakeCounter::reads;
+    EXPECT_FALSE(align.wait());           // given up: returns without reading the counter
+    EXPECT_EQ(FakeCounter::reads, reads);
+    FakeCounter::reset({5});
+    align.setEnabled(true);
+    EXPECT_TRUE(align.wait());
+}
+
+TEST(TickAlign, AMissFollowedByATickStartsTheCountAgain) {
+    FakeCounter::reset({});
+    qmTickAlign align(&FakeCounter::read, 2000, 3000, 400000);
+    EXPECT_FALSE(align.wait());
+    EXPECT_FALSE(align.wait());
+    FakeCounter::jumps = {FakeCounter::reads + 3};
+    EXPECT_TRUE(align.wait());
+    FakeCounter::jumps = {};
+    EXPECT_FALSE(align.wait());
+    EXPECT_FALSE(align.wait());
+    FakeCounter::jumps = {FakeCounter::reads + 3};
+    EXPECT_TRUE(align.wait());  // two misses since the last tick: still waiting
+}
+
+TEST(TickAlign, DisabledNeverWaits) {
+    FakeCounter::reset({1});
+    qmTickAlign align(&FakeCounter::read, 2000, 3000, 400000);
+    align.setEnabled(false);
+    EXPECT_FALSE(align.wait());
+    EXPECT_EQ(FakeCounter::reads, 0);
+}
+
+TEST(TickAlign, SpansThatEndInsideTheWindowAfterATickStartAtOnce) {
+    FakeCounter::reset({3});
+    qmTickAlign align(&FakeCounter::read, 2000, 1000000, 10000);
+    EXPECT_TRUE(align.before(0));  // nothing known: waits for the tick at the third read
+    EXPECT_EQ(FakeCounter::reads, 3);
+    EXPECT_TRUE(align.before(5000));  // 30 ticks after it, a span of 5,000 ends inside 10,000
+    EXPECT_EQ(FakeCounter::reads, 4);  // one read to see where it stands, no waiting
+    FakeCounter::value += 5000;        // now 5,060 after the tick: 5,000 more would not fit
+    FakeCounter::jumps = {FakeCounter::reads + 10};
+    EXPECT_TRUE(align.before(5000));
+    EXPECT_EQ(FakeCounter::reads, 14);  // the window check at read 5, then waited for the tick at read 14
+}
+
+TEST(TickAlign, UnknownOrLongSpansAlwaysWaitAndAMissClosesTheWindow) {
+    FakeCounter::reset({2});
+    qmTickAlign align(&FakeCounter::read, 2000, 3000, 10000);
+    EXPECT_TRUE(align.wait());
+    FakeCounter::jumps = {FakeCounter::reads + 4};
+    EXPECT_TRUE(align.before(0));  // unknown length: waits although the window is open
+    FakeCounter::jumps = {FakeCounter::reads + 4};
+    EXPECT_TRUE(align.before(10000));  // as long as the window: waits
+    FakeCounter::jumps = {};
+    EXPECT_FALSE(align.wait());        // a miss forgets the last tick
+    const int reads = FakeCounter::reads;
+    EXPECT_FALSE(align.before(100));   // so even a short span waits (and misses again)
+    EXPECT_GT(FakeCounter::reads, reads + 50);
+}
+
+TEST(TickAlign, TheEngineInstanceFollowsTheEnvironment) {
+    // The test process does not set QM_TICK_ALIGN; the instance is on and, on a machine with a
+    // clock interruption, sees one.
+    ASSERT_EQ(std::getenv("QM_TICK_ALIGN"), nullptr);
+    EXPECT_TRUE(qmSpanAlign().enabled());
 }
