@@ -195,3 +195,16 @@ public:
         this->initValidation();
     }
 };
+
+// The value types the framework and the test modules use are instantiated once, in the framework
+// (api/src/params/qminstances.cpp), instead of in every module that declares a parameter.
+extern template class qmIterator<int>;
+extern template class qmIterator<float>;
+extern template class qmIterator<double>;
+extern template class qmDefault_NSC<int>;
+extern template class qmDefault_NSC<float>;
+extern template class qmDefault_NSC<double>;
+extern template class qmIterator_NSC<int>;
+extern template class qmIterator_NSC<float>;
+extern template class qmIterator_NSC<double>;
+extern template class qmEnumIterator_NCS<int>;

@@ -207,3 +207,11 @@ private:
 
 // The image size parameter shared by the image tests.
 typedef qmStepIterator<ZkriSize> zkSizeIterator;
+
+// Compiled once in the framework (api/src/params/qminstances.cpp).
+extern template class qmIterator<ZkriSize>;
+extern template class qmDefault_NSC<ZkriSize>;
+extern template class qmIterator_NSC<ZkriSize>;
+extern template class qmStepIterator<int>;
+extern template class qmStepIterator<double>;
+extern template class qmStepIterator<ZkriSize>;

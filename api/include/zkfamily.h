@@ -41,6 +41,12 @@ private:
 // The data every image module keeps at module level (one set per module, shared by its tests, since
 // one test runs at a time): three images, the scale factors and the argument bag that points into them.
 struct zkImageData {
+    // Out of line (zkfamily.cpp), so that the modules do not each compile the members' set-up.
+    zkImageData();
+    ~zkImageData();
+    zkImageData(const zkImageData&) = delete;
+    zkImageData& operator=(const zkImageData&) = delete;
+
     zkScaleIterator scale;
     zkImage src1{"src1"}, src2{"src2"}, dst{"dst"};
     zkImageArgs* args = nullptr;  // the bag the module's timed calls read

@@ -38,9 +38,11 @@ qmResult zkTimStat(int* n, long long* clocks, const char* funcName) {
     return zkTest::checkStatus(last, funcName);
 }
 
-// The three entries of one function from the expression that calls it once.
+// The three entries of one function from the expression that calls it once. The one-call function
+// is always inlined into the loops, whatever the module's optimisation level, so that a timed span
+// holds the library call and nothing else.
 #define ZK_TIMED_ENTRIES(func, callExpression)                                                       \
-    static int tcall_##func() { return callExpression; }                                             \
+    [[gnu::always_inline]] static inline int tcall_##func() { return callExpression; }               \
     static qmResult tim_##func##_loop(int n, long long* clocks) {                                    \
         return zkTimLoop<&tcall_##func>(n, clocks, #func);                                           \
     }                                                                                                \

@@ -63,6 +63,9 @@ bool zkConstant::set(zkType type, std::initializer_list<double> re, std::initial
     return true;
 }
 
+zkImageData::zkImageData() = default;
+zkImageData::~zkImageData() = default;
+
 zkImageTest::zkImageTest(qmCallEntry call, qmLoopEntry loop, qmStatEntry stat, const char* func,
                          const char* file, const char* id, zkImageData& data)
     : zkTest(call, nullptr, loop, stat, qmString(func), qmString(file), qmString(id)), m_data(data) {}

@@ -64,3 +64,6 @@ public:
     qmYesNoIterator(bool value, const qmString& name, const qmString& description)
         : qmMapIterator<bool>(value, name, description, {{"yes", true}, {"no", false}}) {}
 };
+
+// Compiled once in the framework (api/src/params/qminstances.cpp).
+extern template class qmMapIterator<int>;
