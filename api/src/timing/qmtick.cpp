@@ -34,12 +34,11 @@ bool qmTickAlign::wait() {
 }
 
 qmTickAlign& qmSpanAlign() {
-    static qmTickAlign s_align([] { return zkr_get_cycle_counter(); }, 2000, 20000000, 400000);
-    static const bool s_init = [] {
+    static qmTickAlign s_align = [] {
+        qmTickAlign a([] { return zkr_get_cycle_counter(); }, 2000, 20000000, 400000);
         const char* v = std::getenv("QM_TICK_ALIGN");
-        if (v && std::strcmp(v, "0") == 0) s_align.setEnabled(false);
-        return true;
+        if (v && std::strcmp(v, "0") == 0) a.setEnabled(false);
+        return a;
     }();
-    (void)s_init;
     return s_align;
 }
