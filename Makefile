@@ -19,21 +19,28 @@ export CCACHE_NOHASHDIR := 1
 NINJA       = $(shell command -v ninja 2>/dev/null)
 generator   = $(if $(wildcard $(1)/CMakeCache.txt),,$(if $(NINJA),-G Ninja))
 
-.PHONY: all deps build run test test-asan test-tsan fuzz clean
+.PHONY: all deps configure build run test test-asan test-tsan fuzz clean
 
 all: build
 
 deps:
 	@tools/install-deps.sh
 
-build:
+# `build` makes the product: the program, the library and the list of its functions. `test` builds
+# the rest (tests, fixtures, benchmarks) on top of it.
+PRODUCT     = quillmark zkr_function_list
+
+configure:
 	cmake -S . -B $(BUILD) $(call generator,$(BUILD)) $(CMAKE_ARGS) $(LAUNCHER) -DQM_WERROR=$(WERROR)
-	cmake --build $(BUILD) -j$(JOBS)
+
+build: configure
+	cmake --build $(BUILD) -j$(JOBS) --target $(PRODUCT)
 
 run: deps build
 	tools/main-job.sh $(BUILD)
 
-test: deps build
+test: deps configure
+	cmake --build $(BUILD) -j$(JOBS)
 	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
 
 test-asan: deps

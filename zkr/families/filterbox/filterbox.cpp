@@ -72,7 +72,7 @@ ZkrStatus runInPlace(FilterJob j, Fop op, FType type, int pixelBytes) {
         FilterFn fn;
         std::atomic<bool> ok;
     } ctx{&j, fn, {true}};
-    WorkerPool::instance().run(
+    runParts(
         parts,
         [](void* p, int part, int n) {
             auto& c = *static_cast<Ctx*>(p);

@@ -1,8 +1,52 @@
 #include "worker_pool.h"
 
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
 #include "zkrcore.h"
 
 namespace zkr {
+namespace {
+
+// Persistent worker threads; the pool grows on demand and keeps its threads.
+class WorkerPool {
+public:
+    using Task = PartTask;
+
+    static WorkerPool& instance();
+
+    // Runs task(ctx, p, parts) for every p in [0, parts): part 0 on the calling
+    // thread, the others on workers. Runs everything on the caller when the
+    // pool is busy with another caller's run or cannot start threads.
+    void run(int parts, Task task, void* ctx);
+
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
+    ~WorkerPool();
+
+private:
+    WorkerPool() = default;
+    int ensureWorkers(int wanted);                   // returns the number of workers available
+    void workerLoop(int index, std::uint64_t seen);  // seen: last run it need not join
+
+    std::mutex runMutex_;  // one parallel run at a time
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::condition_variable done_;
+    std::vector<std::thread> workers_;
+    std::uint64_t generation_ = 0;
+    int parts_ = 0;
+    int pending_ = 0;
+    bool stop_ = false;
+    Task task_ = nullptr;
+    void* ctx_ = nullptr;
+};
+
+}  // namespace
+
+void runParts(int parts, PartTask task, void* ctx) { WorkerPool::instance().run(parts, task, ctx); }
 
 WorkerPool& WorkerPool::instance() {
     static WorkerPool pool;

@@ -1,47 +1,22 @@
-// Persistent worker threads that split a job into row bands over the threads
-// set by zkrSetNumThreads. The pool grows on demand and keeps its threads.
+// Splitting a job into row bands over the threads set by zkrSetNumThreads.
+// The worker threads themselves live in worker_pool.cpp: this header is
+// included by every family's entry points and stays free of the thread
+// library's headers.
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
-#include <thread>
-#include <vector>
 
 namespace zkr {
 
-class WorkerPool {
-public:
-    using Task = void (*)(void* ctx, int part, int parts);
+// A task split into parts: task(ctx, part, parts) runs part `part` of `parts`.
+using PartTask = void (*)(void* ctx, int part, int parts);
 
-    static WorkerPool& instance();
-
-    // Runs task(ctx, p, parts) for every p in [0, parts): part 0 on the calling
-    // thread, the others on workers. Runs everything on the caller when the
-    // pool is busy with another caller's run or cannot start threads.
-    void run(int parts, Task task, void* ctx);
-
-    WorkerPool(const WorkerPool&) = delete;
-    WorkerPool& operator=(const WorkerPool&) = delete;
-    ~WorkerPool();
-
-private:
-    WorkerPool() = default;
-    int ensureWorkers(int wanted);                   // returns the number of workers available
-    void workerLoop(int index, std::uint64_t seen);  // seen: last run it need not join
-
-    std::mutex runMutex_;  // one parallel run at a time
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    std::condition_variable done_;
-    std::vector<std::thread> workers_;
-    std::uint64_t generation_ = 0;
-    int parts_ = 0;
-    int pending_ = 0;
-    bool stop_ = false;
-    Task task_ = nullptr;
-    void* ctx_ = nullptr;
-};
+// Runs task(ctx, p, parts) for every p in [0, parts) on the library's
+// persistent worker threads (grown on demand up to the threads set by
+// zkrSetNumThreads): part 0 on the calling thread, the others on workers.
+// Runs everything on the caller when the pool is busy with another caller's
+// run or cannot start threads.
+void runParts(int parts, PartTask task, void* ctx);
 
 // Smallest job (in pixels) worth splitting over threads.
 inline constexpr long kMinParallelPixels = 64 * 1024;
@@ -63,7 +38,7 @@ template <class Body> void forRowBands(std::int64_t pixels, int rows, const Body
         const Body* body;
         int rows;
     } ctx{&body, rows};
-    WorkerPool::instance().run(
+    runParts(
         parts,
         [](void* p, int part, int n) {
             const auto& c = *static_cast<const Ctx*>(p);
