@@ -3,9 +3,6 @@
 // plain loops, SSE2 intrinsics (every level has them; the wider levels encode
 // them in their own form) and functions of this namespace live here, so no
 // inline code of another level can be merged into this one.
-// The transposition's blocked loops need -O3's loop transformations (about three times slower
-// without them, bench/zkr_kernels):
-// zkr-kernel-flags: -O3
 #include <emmintrin.h>
 
 #include <cstddef>

@@ -5,9 +5,6 @@
 // kLanes components per iteration into a local accumulator array the
 // compiler keeps in vector registers, then a scalar tail into the first
 // lanes, then one fold of the lanes into channels per row.
-// The float lane sums need -O3's loop transformations (1.7 times slower without them,
-// bench/zkr_kernels):
-// zkr-kernel-flags: -O3
 #include <cstddef>
 #include <cstdint>
 #include <limits>
