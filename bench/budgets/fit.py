@@ -2,9 +2,9 @@
 """Cost of a family, from the processor-time log of a clean build (measure.sh's cpu_times_clean.log):
 per family its library objects (entry points and kernels of every level), its reference-model test,
 and per test module its source, each against the number of functions it carries; a least-squares line
-through each, and the projection for the families still to come.
+through each, and the projection for the test modules still to come.
 
-Usage: fit.py <cpu_times_clean.log> [--families N --functions M --modules-per-family R]
+Usage: fit.py <cpu_times_clean.log> [--modules N --functions M --folders F --cores C]
 """
 import argparse
 import collections
@@ -65,34 +65,56 @@ def costs(log):
     return lib, test, mod
 
 
+def totals(log):
+    """Processor seconds of the clean build: the product (framework, library, program) and everything."""
+    seen = {}
+    with open(log) as f:
+        for line in f:
+            sec, out = line.rstrip("\n").split("\t")
+            seen[out] = float(sec)
+    root = os.path.dirname(os.path.abspath(log))
+    product = sum(sec for out, sec in seen.items()
+                  if not os.path.relpath(out, root).startswith(("tests/", "bench/", "bin/qm_", "bin/zkr_tests",
+                                                                   "bin/bench_")))
+    return product, sum(seen.values())
+
+
 def main(argv):
     ap = argparse.ArgumentParser()
     ap.add_argument("log")
-    ap.add_argument("--families", type=int, default=52, help="families still to come")
-    ap.add_argument("--functions", type=int, default=1297, help="their functions")
-    ap.add_argument("--modules-per-family", type=float, default=1.3)
+    ap.add_argument("--modules", type=int, default=38, help="test modules still to come")
+    ap.add_argument("--functions", type=int, default=1297, help="the functions they measure")
+    ap.add_argument("--folders", type=int, default=None,
+                    help="library folders they bring (default: one per module, the most it can be)")
+    ap.add_argument("--cores", type=float, default=1.89,
+                    help="cores' worth a -j2 build keeps busy (steps / wall time of the measured build)")
     a = ap.parse_args(argv)
+    folders = a.modules if a.folders is None else a.folders
     lib, test, mod = costs(a.log)
     fams, mods = family_sizes(), module_sizes()
     lib_fit = fit([(fams[f], s) for f, s in lib.items() if f in fams])
     test_fit = fit([(fams[f], s) for f, s in test.items() if f in fams])
     mod_fit = fit([(mods[m], s) for m, s in mod.items() if m in mods])
-    n = a.functions / a.families
-    per_family = {
-        "library": lib_fit[0] + lib_fit[1] * n,
-        "modules": a.modules_per_family * mod_fit[0] + mod_fit[1] * n,
-        "test": test_fit[0] + test_fit[1] * n,
+    # Each line is a fixed part per object group plus a part per function, so what the catalogue adds is
+    # the fixed parts times the number of folders (library, reference test) or modules, plus the
+    # per-function parts times the functions, however the functions are spread.
+    add = {
+        "library": folders * lib_fit[0] + a.functions * lib_fit[1],
+        "modules": a.modules * mod_fit[0] + a.functions * mod_fit[1],
+        "tests": folders * test_fit[0] + a.functions * test_fit[1],
     }
-    print("families measured: %d (%d functions), modules: %d" % (len(lib), sum(fams.values()), len(mod)))
-    print("library %.1f + %.3f n s, module %.1f + %.3f n s, test %.1f + %.3f n s"
+    product, everything = totals(a.log)
+    print("measured: %d library folders (%d functions), %d modules" % (len(lib), sum(fams.values()), len(mod)))
+    print("fits: library %.1f + %.3f n s per folder, module %.1f + %.3f n s, reference test %.1f + %.3f n s"
           % (lib_fit + mod_fit + test_fit))
-    print("a family of %.0f functions with %.1f modules: library %.1f s, modules %.1f s, test %.1f s;"
-          " product %.1f s, everything %.1f s"
-          % (n, a.modules_per_family, per_family["library"], per_family["modules"], per_family["test"],
-             per_family["library"] + per_family["modules"], sum(per_family.values())))
-    print("the %d families to come: product +%.0f s, everything +%.0f s of steps"
-          % (a.families, a.families * (per_family["library"] + per_family["modules"]),
-             a.families * sum(per_family.values())))
+    print("to come: %d modules, %d functions, %d library folders: library +%.0f s, modules +%.0f s,"
+          " reference tests +%.0f s of steps" % (a.modules, a.functions, folders, add["library"],
+                                                 add["modules"], add["tests"]))
+    for name, today, extra in (("product", product, add["library"] + add["modules"]),
+                               ("everything", everything, sum(add.values()))):
+        full = today + extra
+        print("%-10s today %4.0f s of steps; full catalogue %4.0f s, at -j2 about %3.0f s (%.1f minutes)"
+              % (name, today, full, full / a.cores, full / a.cores / 60))
 
 
 if __name__ == "__main__":
