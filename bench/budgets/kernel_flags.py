@@ -25,7 +25,10 @@ def run_once(bench, libdir, flt, min_time):
     out = subprocess.run([bench, "--benchmark_filter=" + flt, "--benchmark_min_time=%g" % min_time,
                           "--benchmark_format=json"], env=env, check=True, capture_output=True,
                          text=True).stdout
-    return {b["name"]: b["clk/px"] for b in json.loads(out)["benchmarks"] if "clk/px" in b}
+    rows = {b["name"]: b["clk/px"] for b in json.loads(out)["benchmarks"] if "clk/px" in b} if out.strip() else {}
+    if not rows:
+        sys.exit("kernel_flags.py: no benchmark row matches --filter=%s" % flt)
+    return rows
 
 
 def level_of(name):

@@ -6,6 +6,7 @@
 
 #include "add_kernels.h"
 #include "checks.h"
+#include "form_args.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
 
@@ -26,62 +27,14 @@ void runJob(const EltJob& j, RowsFn fn, int width, int height) {
     forRowBands(pixels, height, [&](int y0, int y1) { fn(j, y0, y1); });
 }
 
-// Completes `j` (operands and row geometry already set) and runs it.
-// `values`: the constant of AddC/SubC (kActive<L> elements), else nullptr.
-// The job is completed in place: copying it whole after setting its fields
-// one by one costs stalls on every call.
+// Completes `j` (operands set) and runs it. `values`: the constant of AddC/SubC
+// (kActive<L> elements), else nullptr.
 template <class T, Layout L>
 ZkrStatus execute(EltJob& j, Kop op, bool inPlace, const T* values, ZkriSize roi) {
-    using S = typename ElemInfo<T>::S;
-    constexpr int comps = ElemInfo<T>::comps;
-    constexpr int period = Pixel<T, L>::period;
-    constexpr bool masked = L == Layout::AC4;
-    const bool scalar = values && L == Layout::C1 && comps == 1;
-    const bool periodic = values && !scalar;
-
-    struct {
-        alignas(64) S values[kPatternMax];
-        alignas(64) MaskOf<S> keep[kPatternMax];
-    } pattern;
-
-    j.rowLen = roi.width * period;
-    Shape shape;
-    if (scalar) {
-        j.a = values;
-        j.aStep = 0;
-        shape = inPlace ? Shape::ScalarInPlace : Shape::Scalar;
-    } else {
-        j.chunk = j.rowLen < kPatternMax ? j.rowLen : kPatternMax;
-        if (periodic) {
-            for (int i = 0; i < j.chunk; ++i) {
-                const int channel = (i / comps) % kChannels<L>;
-                pattern.values[i] = channel < kActive<L> ? componentsOf(values[channel])[i % comps] : S(0);
-            }
-            j.a = pattern.values;
-            j.aStep = 0;
-            j.aPeriodic = true;
-        }
-        if (masked) {
-            for (int i = 0; i < j.chunk; ++i)
-                pattern.keep[i] = (i % period) < 3 * comps ? MaskOf<S>(~MaskOf<S>(0)) : MaskOf<S>(0);
-            j.mask = pattern.keep;
-        }
-        shape = masked ? (inPlace ? Shape::InPlaceMasked : Shape::BinaryMasked)
-                       : (inPlace ? Shape::InPlace : Shape::Binary);
-    }
+    EltPattern<typename ElemInfo<T>::S> pattern;
+    const Shape shape = prepareElt<T, L>(j, inPlace, values, roi, pattern);
     runJob(j, kernels().elt[int(kSType<T>)][int(op)][int(shape)], roi.width, roi.height);
     return zkrStsNoErr;
-}
-
-template <class A> int scaleOf(const A& a) {
-    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
-    else return 0;
-}
-
-// The constant of a row as a pointer to its kActive<L> elements.
-template <class T, class A> const T* valuesOf(const A& a) {
-    if constexpr (std::is_pointer_v<decltype(a.value)>) return a.value;
-    else return &a.value;
 }
 
 // One entry point for every form of the table; the form is told by the
@@ -109,7 +62,7 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     } else if constexpr (requires { a.value; a.pDst; }) {  // constant
         using T = std::remove_pointer_t<decltype(a.pDst)>;
         constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
-        const T* values = valuesOf<T>(a);
+        const T* values = elementsOf(a.value);
         const ZkrStatus s = checkArgs({a.pSrc, values, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
         if (s != zkrStsNoErr) return s;
         EltJob j;
@@ -120,7 +73,7 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     } else if constexpr (requires { a.value; }) {  // constant, in place
         using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
         constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
-        const T* values = valuesOf<T>(a);
+        const T* values = elementsOf(a.value);
         const ZkrStatus s = checkArgs({values, a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
         if (s != zkrStsNoErr) return s;
         EltJob j;

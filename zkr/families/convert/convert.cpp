@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "checks.h"
+#include "form_args.h"
 #include "convert_kernels.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
@@ -24,11 +25,6 @@
 
 namespace zkr::convert {
 namespace {
-
-template <class A> int scaleOf(const A& a) {
-    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
-    else return 0;
-}
 
 bool knownMode(int m) { return m >= zkrRndZero && m <= zkrRndFinancial; }
 

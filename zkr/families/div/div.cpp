@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "checks.h"
+#include "form_args.h"
 #include "div_kernels.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
@@ -20,17 +21,6 @@ namespace zkr::div {
 namespace {
 
 enum class Op { Div, DivC, DivRound };
-
-template <class A> int scaleOf(const A& a) {
-    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
-    else return 0;
-}
-
-// The constant of a row as a pointer to its kActive<L> elements.
-template <class T, class A> const T* valuesOf(const A& a) {
-    if constexpr (std::is_pointer_v<decltype(a.value)>) return a.value;
-    else return &a.value;
-}
 
 // True when an element is zero (both parts for complex types).
 template <class T> bool isZero(const T& v) {
@@ -62,7 +52,7 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     const T* values = nullptr;
     ZkrStatus s = zkrStsNoErr;
     if constexpr (constant) {
-        values = valuesOf<T>(a);
+        values = elementsOf(a.value);
         if constexpr (inPlace) {
             s = checkArgs({values, a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
             j.dst = a.pSrcDst, j.dstStep = a.srcDstStep;

@@ -6,17 +6,13 @@
 #include <type_traits>
 
 #include "checks.h"
+#include "form_args.h"
 #include "exp_kernels.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
 
 namespace zkr::expln {
 namespace {
-
-template <class A> int scaleOf(const A& a) {
-    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
-    else return 0;
-}
 
 // One entry point for every form of the tables: in place when the form has pSrcDst. Ln reports
 // zkrStsLnNegArg when a source value was negative, else zkrStsLnZeroArg when one was zero, after

@@ -12,6 +12,7 @@
 #include "checks.h"
 #include "elem_info.h"
 #include "fft_kernels.h"
+#include "form_args.h"
 #include "zkr_call.hpp"
 
 // The table's types, flags and forms (its rows are expanded at the end).
@@ -160,11 +161,6 @@ double normalisation(int flag, bool inverse, const Plan& p) {
     if (flag == ZKR_FFT_DIV_BY_SQRTN) return 1.0 / std::sqrt(n);
     if (flag == (inverse ? ZKR_FFT_DIV_INV_BY_N : ZKR_FFT_DIV_FWD_BY_N)) return 1.0 / n;
     return 1.0;
-}
-
-template <class A> int scaleOf(const A& a) {
-    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
-    else return 0;
 }
 
 // 2^-scaleFactor; beyond +-1000 every result is already 0 or saturated.

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "checks.h"
+#include "form_args.h"
 #include "logic_kernels.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
@@ -55,12 +56,6 @@ void repeatPixel(std::uint8_t* pattern, int size) {
         std::memcpy(pattern + have, pattern, std::size_t(std::min(have, kPatternBytes - have)));
 }
 
-// The constant of a row as a pointer to its kActive<L> elements.
-template <class V, class A> const V* valuesOf(const A& a) {
-    if constexpr (std::is_pointer_v<decltype(a.value)>) return a.value;
-    else return &a.value;
-}
-
 // Operands of a form: (source, its step), the destination (and its step).
 struct Operands {
     const void* src;
@@ -86,7 +81,7 @@ template <Op op, Layout L, class T, class A> ZkrStatus runConstBits(const A& a) 
             return s;
         std::memset(pattern, 0xFF, sizeof pattern);
     } else {
-        const T* values = valuesOf<T>(a);
+        const T* values = elementsOf(a.value);
         if (const ZkrStatus s = checkArgs({o.src, values, o.dst}, a.roiSize, {o.srcStep, o.dstStep}, px, int(sizeof(T)));
             s != zkrStsNoErr)
             return s;
@@ -157,7 +152,7 @@ template <Op op, Layout L, class T, class A> ZkrStatus runShift(const A& a) {
     constexpr bool arithmetic = op == Op::RShiftC && std::is_signed_v<T>;
     using Lane = std::conditional_t<sizeof(T) == 1, std::uint8_t, std::conditional_t<sizeof(T) == 2, std::uint16_t, std::uint32_t>>;
     const Operands o = operandsOf(a);
-    const Zkr32u* counts = valuesOf<Zkr32u>(a);
+    const Zkr32u* counts = elementsOf(a.value);
     if (const ZkrStatus s = checkArgs({o.src, counts, o.dst}, a.roiSize, {o.srcStep, o.dstStep}, px, int(sizeof(T)));
         s != zkrStsNoErr)
         return s;

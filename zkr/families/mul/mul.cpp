@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "checks.h"
+#include "form_args.h"
 #include "mul_kernels.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
@@ -23,65 +24,17 @@ template <class Job, class Fn> void runJob(const Job& j, Fn fn, int width, int h
 
 template <class T> inline constexpr bool kComplex = ElemInfo<T>::comps == 2;
 
-// Completes `j` (operands and row geometry set) and runs it. `values`: the
-// constant of the C forms, kActive<L> elements, else nullptr.
+// Completes `j` (operands set) and runs it. `values`: the constant of the C
+// forms, kActive<L> elements, else nullptr.
 template <class T, Layout L>
 ZkrStatus execute(EltJob j, Kop op, bool inPlace, const T* values, ZkriSize roi) {
-    using S = typename ElemInfo<T>::S;
-    constexpr int comps = ElemInfo<T>::comps;
-    constexpr int period = Pixel<T, L>::period;
-    constexpr bool masked = L == Layout::AC4;
-    // A real one-channel constant is passed as one value; any other constant
-    // as a pattern of whole pixels (complex products need both parts).
-    const bool scalar = values && L == Layout::C1 && !kComplex<T>;
-    const bool periodic = values && !scalar;
-
-    struct {
-        alignas(64) S values[kPatternMax];
-        alignas(64) MaskOf<S> keep[kPatternMax];
-    } pattern;
-
-    j.rowLen = roi.width * period;
-    Shape shape;
-    if (scalar) {
-        j.a = values;
-        j.aStep = 0;
-        shape = inPlace ? Shape::ScalarInPlace : Shape::Scalar;
-    } else {
-        j.chunk = j.rowLen < kPatternMax ? j.rowLen : kPatternMax;
-        if (periodic) {
-            for (int i = 0; i < j.chunk; ++i) {
-                const int channel = (i / comps) % kChannels<L>;
-                pattern.values[i] = channel < kActive<L> ? componentsOf(values[channel])[i % comps] : S(0);
-            }
-            j.a = pattern.values;
-            j.aStep = 0;
-            j.aPeriodic = true;
-        }
-        if (masked) {
-            for (int i = 0; i < j.chunk; ++i)
-                pattern.keep[i] = (i % period) < 3 * comps ? MaskOf<S>(~MaskOf<S>(0)) : MaskOf<S>(0);
-            j.mask = pattern.keep;
-        }
-        shape = masked ? (inPlace ? Shape::InPlaceMasked : Shape::BinaryMasked)
-                       : (inPlace ? Shape::InPlace : Shape::Binary);
-    }
+    EltPattern<typename ElemInfo<T>::S> pattern;
+    const Shape shape = prepareElt<T, L>(j, inPlace, values, roi, pattern);
     RowsFn fn;
     if constexpr (kComplex<T>) fn = kernels().cmul[int(kCType<T>)][int(shape)];
     else fn = kernels().elt[int(kSType<T>)][int(op)][int(shape)];
     runJob(j, fn, roi.width, roi.height);
     return zkrStsNoErr;
-}
-
-template <class A> int scaleOf(const A& a) {
-    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
-    else return 0;
-}
-
-// A constant parameter (by value or one per channel) as a pointer to its elements.
-template <class V> auto elementsOf(const V& v) {
-    if constexpr (std::is_pointer_v<V>) return v;
-    else return &v;
 }
 
 template <class T, Layout L> constexpr int pixelBytes() { return Pixel<T, L>::bytes; }

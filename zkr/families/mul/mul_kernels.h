@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "elem_info.h"
+#include "eltwise.h"
 #include "levels.h"
 
 namespace zkr::mul {
@@ -25,41 +25,6 @@ enum class CType : int { S16, S32, F32, Count };
 // saturation. Kop::MulScale: a * b / max (8u 255, 16u 65535, 16s 32767,
 // 32f 1), rounded to nearest and saturated.
 enum class Kop : int { Mul, MulScale, Count };
-
-// Operand shapes of a row loop (a, b: sources, d: destination, m: keep mask).
-enum class Shape : int {
-    Binary,         // d[i] = a[i] * b[i]
-    InPlace,        // d[i] = a[i] * d[i]
-    Scalar,         // d[i] = v * b[i]    v = *a
-    ScalarInPlace,  // d[i] = v * d[i]
-    BinaryMasked,   // d[i] = m[i] ? a[i] * b[i] : d[i]
-    InPlaceMasked,  // d[i] = m[i] ? a[i] * d[i] : d[i]
-    Count
-};
-
-template <int N> struct UintOfSize;
-template <> struct UintOfSize<1> { using T = std::uint8_t; };
-template <> struct UintOfSize<2> { using T = std::uint16_t; };
-template <> struct UintOfSize<4> { using T = std::uint32_t; };
-template <class S> using MaskOf = typename UintOfSize<int(sizeof(S))>::T;
-
-// Longest repeating pattern, in components: a multiple of every pixel period
-// (1, 2, 3, 4, 6, 8 components).
-inline constexpr int kPatternMax = 1536;
-
-struct EltJob {
-    const void* a = nullptr;   // operand a (scalar shapes: the one value)
-    std::ptrdiff_t aStep = 0;  // bytes between rows of a
-    const void* b = nullptr;
-    std::ptrdiff_t bStep = 0;
-    void* d = nullptr;
-    std::ptrdiff_t dStep = 0;
-    const void* mask = nullptr;  // masked shapes: `chunk` components, nonzero = write
-    int rowLen = 0;              // components per row
-    int chunk = 0;               // length of a repeating a and mask
-    bool aPeriodic = false;      // a holds `chunk` components that repeat along the row
-    int scale = 0;               // integer scale factor of Kop::Mul
-};
 
 // Whole pixels: s (and s2) sources, d destination (s == d in place), width in
 // pixels, key: the colour key's components.

@@ -6,17 +6,13 @@
 #include <type_traits>
 
 #include "checks.h"
+#include "form_args.h"
 #include "sqr_kernels.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
 
 namespace zkr::sqr {
 namespace {
-
-template <class A> int scaleOf(const A& a) {
-    if constexpr (requires { a.scaleFactor; }) return a.scaleFactor;
-    else return 0;
-}
 
 // One entry point for every form of the table: in place when the form has
 // pSrcDst. Sqrt reports zkrStsSqrtNegArg after processing the whole image

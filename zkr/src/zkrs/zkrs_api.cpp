@@ -18,13 +18,13 @@ ZkrStatus runVector(Kop op, const T* a, const T* b, T* d, int len, int scaleFact
     static_assert(!ScalarA || zkr::ElemInfo<T>::comps == 1, "constants of complex vectors need a pattern");
     if (!a || !b || !d) return zkrStsNullPtrErr;
     if (len <= 0) return zkrStsSizeErr;
-    zkr::add::EltJob j;
+    zkr::EltJob j;
     j.a = a;
     j.b = b;
     j.d = d;
     j.rowLen = len * zkr::ElemInfo<T>::comps;
     j.scale = scaleFactor;
-    constexpr zkr::add::Shape shape = ScalarA ? zkr::add::Shape::Scalar : zkr::add::Shape::Binary;
+    constexpr zkr::Shape shape = ScalarA ? zkr::Shape::Scalar : zkr::Shape::Binary;
     zkr::add::kernels().elt[int(zkr::add::kSType<T>)][int(op)][int(shape)](j, 0, 1);
     return zkrStsNoErr;
 }
