@@ -45,12 +45,18 @@ def fit(points):
     return intercept, slope
 
 
-def costs(log):
+def read_log(log):
+    """Processor seconds per output of the launcher's log (a rebuilt output counts once, its last time)."""
     seen = {}
     with open(log) as f:
         for line in f:
             sec, out = line.rstrip("\n").split("\t")
             seen[out] = float(sec)
+    return seen
+
+
+def costs(log):
+    seen = read_log(log)
     lib, test, mod = collections.Counter(), collections.Counter(), collections.Counter()
     for out, sec in seen.items():
         m = re.search(r"zkrfam_([a-z0-9]+?)(_base|_avx2|_avx512)?\.dir", out)
@@ -67,15 +73,10 @@ def costs(log):
 
 def totals(log):
     """Processor seconds of the clean build: the product (framework, library, program) and everything."""
-    seen = {}
-    with open(log) as f:
-        for line in f:
-            sec, out = line.rstrip("\n").split("\t")
-            seen[out] = float(sec)
-    root = os.path.dirname(os.path.abspath(log))
-    product = sum(sec for out, sec in seen.items()
-                  if not os.path.relpath(out, root).startswith(("tests/", "bench/", "bin/qm_", "bin/zkr_tests",
-                                                                   "bin/bench_")))
+    seen = read_log(log)
+    # Tests, fixtures and benchmarks: their objects under tests/ and bench/, their programs in bin/.
+    extra = re.compile(r"(^|/)(tests|bench)/|(^|/)bin/(qm_|zkr_tests|bench_)")
+    product = sum(sec for out, sec in seen.items() if not extra.search(out))
     return product, sum(seen.values())
 
 
