@@ -7,9 +7,6 @@
 // and the entry points describe a call as an EltJob.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
 #include "eltwise.h"
 #include "levels.h"
 

@@ -10,8 +10,8 @@
 #include <type_traits>
 
 #include "checks.h"
-#include "form_args.h"
 #include "convert_kernels.h"
+#include "form_args.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
 

@@ -7,8 +7,8 @@
 #include <type_traits>
 
 #include "checks.h"
-#include "form_args.h"
 #include "div_kernels.h"
+#include "form_args.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
 

@@ -6,8 +6,8 @@
 #include <type_traits>
 
 #include "checks.h"
-#include "form_args.h"
 #include "exp_kernels.h"
+#include "form_args.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
 
