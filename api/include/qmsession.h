@@ -145,5 +145,7 @@ extern bool qKeys;
 extern void (*zkrEnvironment)();
 extern void (*s_parmFunc)();
 extern qmList<const ZkrLibraryVersion* (*)()>* zkrVersionList;
+// "name, version, build date" of every library whose version getter is registered and answers.
+qmList<qmString> qmZkrVersionTexts();
 extern const char* const QM_version;
 extern const char* const QM_buildDate;

@@ -97,6 +97,9 @@ TEST(Listing, EnumerationListsAndExits) {
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(r.has("__qmKavroCpu")) << r.out;
     EXPECT_FALSE(r.has("QM Summary"));
+    // The listing's title names the library from its version getters; the run has not started.
+    EXPECT_TRUE(r.has("| Library       : zkri, ")) << r.out;
+    EXPECT_FALSE(r.has("| Library       :  ")) << r.out;
     Outcome v = quill("-e -v -t=__qmKavroCpu");
     EXPECT_TRUE(v.has("Kavro(R) Zorbex. Quillmark 2.0")) << v.out;
     EXPECT_TRUE(v.has("__qmKavroCpu"));

@@ -145,13 +145,17 @@ void qmSession::setNumThreads() {
     g_ostrm.restoreMsgLevel();
 }
 
+qmList<qmString> qmZkrVersionTexts() {
+    qmList<qmString> texts;
+    if (!zkrVersionList) return texts;
+    for (auto getter : *zkrVersionList)
+        if (const ZkrLibraryVersion* v = getter()) texts.append(qmString(v->Name) + ", " + v->Version + ", " + v->BuildDate);
+    return texts;
+}
+
 void qmSession::setZkrLibInfo() {
     if (!zkrVersionList) return;
-    for (auto getter : *zkrVersionList) {
-        const ZkrLibraryVersion* v = getter();
-        if (!v) continue;
-        qmRegLibInfo(qmString(v->Name) + ", " + v->Version + ", " + v->BuildDate);
-    }
+    for (const qmString& text : qmZkrVersionTexts()) qmRegLibInfo(text);
     g_ostrm << "ZKR libraries information has been set into QM\n";
 }
 

@@ -17,7 +17,11 @@ qmTitleFacts titleFacts() {
     f.startTime = pTestList->m_startTime;
     qmFillSystemFacts(f);
     f.processor = cpuInfo();
-    if (const qmList<qmString>* libs = qmLibInfo()) f.libraries = *libs;
+    // The -e listing comes before the run registers the library texts: it reads the getters itself.
+    if (const qmList<qmString>* libs = qmLibInfo())
+        f.libraries = *libs;
+    else
+        f.libraries = qmZkrVersionTexts();
     f.maxCacheBytes = qmGetMaxCacheSizeB();
     return f;
 }
