@@ -6,7 +6,6 @@
 
 #include "add_kernels.h"
 #include "checks.h"
-#include "form_args.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
 
@@ -48,48 +47,14 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
         j.rowLen = a.roiSize.width;
         runJob(j, kernels().complement32s, a.roiSize.width, a.roiSize.height);
         return zkrStsNoErr;
-    } else if constexpr (requires { a.pSrc1; }) {  // binary
-        using T = std::remove_pointer_t<decltype(a.pDst)>;
-        constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
-        const ZkrStatus s = checkArgs({a.pSrc1, a.pSrc2, a.pDst}, a.roiSize, {a.src1Step, a.src2Step, a.dstStep}, px, cb);
-        if (s != zkrStsNoErr) return s;
+    } else {
+        using T = FormElem<A>;
+        Operands<T> o;
+        if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
         EltJob j;
-        j.a = a.pSrc1, j.aStep = a.src1Step;
-        j.b = a.pSrc2, j.bStep = a.src2Step;
-        j.d = a.pDst, j.dStep = a.dstStep;
+        setOperands(j, o);
         j.scale = scaleOf(a);
-        return execute<T, L>(j, kopOf(op), false, nullptr, a.roiSize);
-    } else if constexpr (requires { a.value; a.pDst; }) {  // constant
-        using T = std::remove_pointer_t<decltype(a.pDst)>;
-        constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
-        const T* values = elementsOf(a.value);
-        const ZkrStatus s = checkArgs({a.pSrc, values, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
-        if (s != zkrStsNoErr) return s;
-        EltJob j;
-        j.b = a.pSrc, j.bStep = a.srcStep;
-        j.d = a.pDst, j.dStep = a.dstStep;
-        j.scale = scaleOf(a);
-        return execute<T, L>(j, kopOf(op), false, values, a.roiSize);
-    } else if constexpr (requires { a.value; }) {  // constant, in place
-        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
-        constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
-        const T* values = elementsOf(a.value);
-        const ZkrStatus s = checkArgs({values, a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
-        if (s != zkrStsNoErr) return s;
-        EltJob j;
-        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
-        j.scale = scaleOf(a);
-        return execute<T, L>(j, kopOf(op), true, values, a.roiSize);
-    } else {  // binary, in place
-        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
-        constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(typename ElemInfo<T>::S));
-        const ZkrStatus s = checkArgs({a.pSrc, a.pSrcDst}, a.roiSize, {a.srcStep, a.srcDstStep}, px, cb);
-        if (s != zkrStsNoErr) return s;
-        EltJob j;
-        j.a = a.pSrc, j.aStep = a.srcStep;
-        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
-        j.scale = scaleOf(a);
-        return execute<T, L>(j, kopOf(op), true, nullptr, a.roiSize);
+        return execute<T, L>(j, kopOf(op), o.inPlace, o.values, a.roiSize);
     }
 }
 

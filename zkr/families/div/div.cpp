@@ -3,10 +3,8 @@
 // entry point, which checks the arguments, describes the call as a DivJob (a
 // constant becomes a repeating divisor pattern) and runs the kernels of the
 // level in force over row bands.
-#include <atomic>
 #include <type_traits>
 
-#include "checks.h"
 #include "div_kernels.h"
 #include "form_args.h"
 #include "worker_pool.h"
@@ -39,39 +37,19 @@ template <class T, Layout L> struct Pattern {
 // One entry point for every form of the tables, told apart by their parameters.
 template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     constexpr bool constant = op == Op::DivC;
-    constexpr bool inPlace = requires { a.pSrcDst; };
-    using T = std::remove_pointer_t<decltype([&] {
-        if constexpr (inPlace) return a.pSrcDst;
-        else return a.pDst;
-    }())>;
+    using T = FormElem<A>;
     using S = typename ElemInfo<T>::S;
-    constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(S));
     constexpr int comps = ElemInfo<T>::comps;
 
+    // Div computes src2 / src1 (in place pSrcDst / pSrc), DivC src / value.
+    Operands<T> o;
+    if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
+    constexpr bool inPlace = requires { a.pSrcDst; };
+    const T* values = o.values;
     DivJob j;
-    const T* values = nullptr;
-    ZkrStatus s = zkrStsNoErr;
-    if constexpr (constant) {
-        values = elementsOf(a.value);
-        if constexpr (inPlace) {
-            s = checkArgs({values, a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
-            j.dst = a.pSrcDst, j.dstStep = a.srcDstStep;
-        } else {
-            s = checkArgs({a.pSrc, values, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
-            j.dividend = a.pSrc, j.dividendStep = a.srcStep;
-            j.dst = a.pDst, j.dstStep = a.dstStep;
-        }
-    } else if constexpr (inPlace) {
-        s = checkArgs({a.pSrc, a.pSrcDst}, a.roiSize, {a.srcStep, a.srcDstStep}, px, cb);
-        j.divisor = a.pSrc, j.divisorStep = a.srcStep;
-        j.dst = a.pSrcDst, j.dstStep = a.srcDstStep;
-    } else {
-        s = checkArgs({a.pSrc1, a.pSrc2, a.pDst}, a.roiSize, {a.src1Step, a.src2Step, a.dstStep}, px, cb);
-        j.divisor = a.pSrc1, j.divisorStep = a.src1Step;
-        j.dividend = a.pSrc2, j.dividendStep = a.src2Step;
-        j.dst = a.pDst, j.dstStep = a.dstStep;
-    }
-    if (s != zkrStsNoErr) return s;
+    j.divisor = o.a, j.divisorStep = o.aStep;
+    j.dividend = o.b, j.dividendStep = o.bStep;
+    j.dst = o.d, j.dstStep = o.dStep;
 
     Rnd rnd = Rnd::Near;
     if constexpr (op == Op::DivRound) {
@@ -102,11 +80,9 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     }
 
     const RowsFn fn = kernels().rows[int(ElementType<T>::id)][int(rnd)][L == Layout::AC4][inPlace];
-    std::atomic<bool> zero{false};
-    forRowBands(std::int64_t(a.roiSize.width) * a.roiSize.height, a.roiSize.height, [&](int y0, int y1) {
-        if (fn(j, y0, y1)) zero.store(true, std::memory_order_relaxed);
-    });
-    return zero.load(std::memory_order_relaxed) ? zkrStsDivByZero : zkrStsNoErr;
+    const int zero = forRowBandsMet(std::int64_t(a.roiSize.width) * a.roiSize.height, a.roiSize.height,
+                                    [&](int y0, int y1) { return fn(j, y0, y1); });
+    return zero ? zkrStsDivByZero : zkrStsNoErr;
 }
 
 }  // namespace

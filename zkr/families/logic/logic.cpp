@@ -56,8 +56,9 @@ void repeatPixel(std::uint8_t* pattern, int size) {
         std::memcpy(pattern + have, pattern, std::size_t(std::min(have, kPatternBytes - have)));
 }
 
-// Operands of a form: (source, its step), the destination (and its step).
-struct Operands {
+// Operands of a shift: (source, its step), the destination (and its step); the shift's constant is
+// a count per channel, not an element, so readOperands does not fit it.
+struct ShiftOperands {
     const void* src;
     int srcStep;
     void* dst;
@@ -65,7 +66,7 @@ struct Operands {
     bool inPlace;
 };
 
-template <class A> Operands operandsOf(const A& a) {
+template <class A> ShiftOperands shiftOperandsOf(const A& a) {
     if constexpr (requires { a.pDst; }) return {a.pSrc, a.srcStep, a.pDst, a.dstStep, false};
     else return {a.pSrcDst, a.srcDstStep, a.pSrcDst, a.srcDstStep, true};
 }
@@ -73,27 +74,21 @@ template <class A> Operands operandsOf(const A& a) {
 // Bitwise with a constant (AndC, OrC, XorC) or with all ones (Not).
 template <Op op, Layout L, class T, class A> ZkrStatus runConstBits(const A& a) {
     constexpr int px = int(sizeof(T)) * kChannels<L>;
-    const Operands o = operandsOf(a);
+    Operands<T> o;
+    if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
     alignas(64) std::uint8_t pattern[kPatternBytes];
     if constexpr (op == Op::Not) {
-        if (const ZkrStatus s = checkArgs({o.src, o.dst}, a.roiSize, {o.srcStep, o.dstStep}, px, int(sizeof(T)));
-            s != zkrStsNoErr)
-            return s;
         std::memset(pattern, 0xFF, sizeof pattern);
     } else {
-        const T* values = elementsOf(a.value);
-        if (const ZkrStatus s = checkArgs({o.src, values, o.dst}, a.roiSize, {o.srcStep, o.dstStep}, px, int(sizeof(T)));
-            s != zkrStsNoErr)
-            return s;
         for (int c = 0; c < kChannels<L>; ++c) {
-            const T v = c < kActive<L> ? values[c] : T(0);
+            const T v = c < kActive<L> ? o.values[c] : T(0);
             std::memcpy(pattern + c * sizeof(T), &v, sizeof(T));
         }
         repeatPixel(pattern, px);
     }
     Job j;
-    j.a = o.src, j.aStep = o.srcStep;
-    j.d = o.dst, j.dStep = o.dstStep;
+    j.a = o.rhs(), j.aStep = o.rhsStep();
+    j.d = o.d, j.dStep = o.dStep;
     j.rowBytes = std::ptrdiff_t(a.roiSize.width) * px;
     j.pattern = pattern;
     constexpr bool masked = L == Layout::AC4;
@@ -105,23 +100,12 @@ template <Op op, Layout L, class T, class A> ZkrStatus runConstBits(const A& a) 
 // Bitwise of two images: pSrc1 op pSrc2, or in place pSrc op pSrcDst.
 template <Op op, Layout L, class T, class A> ZkrStatus runBits(const A& a) {
     constexpr int px = int(sizeof(T)) * kChannels<L>;
+    Operands<T> o;
+    if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
     Job j;
-    if constexpr (requires { a.pSrc1; }) {
-        if (const ZkrStatus s = checkArgs({a.pSrc1, a.pSrc2, a.pDst}, a.roiSize, {a.src1Step, a.src2Step, a.dstStep},
-                                          px, int(sizeof(T)));
-            s != zkrStsNoErr)
-            return s;
-        j.a = a.pSrc1, j.aStep = a.src1Step;
-        j.b = a.pSrc2, j.bStep = a.src2Step;
-        j.d = a.pDst, j.dStep = a.dstStep;
-    } else {
-        if (const ZkrStatus s = checkArgs({a.pSrc, a.pSrcDst}, a.roiSize, {a.srcStep, a.srcDstStep}, px, int(sizeof(T)));
-            s != zkrStsNoErr)
-            return s;
-        j.a = a.pSrc, j.aStep = a.srcStep;
-        j.b = a.pSrcDst, j.bStep = a.srcDstStep;
-        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
-    }
+    j.a = o.a, j.aStep = o.aStep;
+    j.b = o.rhs(), j.bStep = o.rhsStep();
+    j.d = o.d, j.dStep = o.dStep;
     j.rowBytes = std::ptrdiff_t(a.roiSize.width) * px;
     constexpr bool masked = L == Layout::AC4;
     if constexpr (masked) j.keep = keepFor<T>();
@@ -131,13 +115,11 @@ template <Op op, Layout L, class T, class A> ZkrStatus runBits(const A& a) {
 
 // pSrcDst = max or min of pSrc and pSrcDst.
 template <Op op, Layout L, class T, class A> ZkrStatus runPick(const A& a) {
-    constexpr int px = int(sizeof(T)) * kChannels<L>;
-    if (const ZkrStatus s = checkArgs({a.pSrc, a.pSrcDst}, a.roiSize, {a.srcStep, a.srcDstStep}, px, int(sizeof(T)));
-        s != zkrStsNoErr)
-        return s;
+    Operands<T> o;
+    if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
     Job j;
-    j.a = a.pSrc, j.aStep = a.srcStep;
-    j.d = a.pSrcDst, j.dStep = a.srcDstStep;
+    j.a = o.a, j.aStep = o.aStep;
+    j.d = o.d, j.dStep = o.dStep;
     j.rowLen = a.roiSize.width * kChannels<L>;
     constexpr bool ac4 = L == Layout::AC4;
     constexpr int t = int(MTypeOf<T>::id);
@@ -151,7 +133,7 @@ template <Op op, Layout L, class T, class A> ZkrStatus runShift(const A& a) {
     constexpr unsigned bits = 8 * sizeof(T);
     constexpr bool arithmetic = op == Op::RShiftC && std::is_signed_v<T>;
     using Lane = std::conditional_t<sizeof(T) == 1, std::uint8_t, std::conditional_t<sizeof(T) == 2, std::uint16_t, std::uint32_t>>;
-    const Operands o = operandsOf(a);
+    const ShiftOperands o = shiftOperandsOf(a);
     const Zkr32u* counts = elementsOf(a.value);
     if (const ZkrStatus s = checkArgs({o.src, counts, o.dst}, a.roiSize, {o.srcStep, o.dstStep}, px, int(sizeof(T)));
         s != zkrStsNoErr)
@@ -185,15 +167,10 @@ template <Op op, Layout L, class T, class A> ZkrStatus runShift(const A& a) {
     return zkrStsNoErr;
 }
 
-template <class A> auto elemOf(const A& a) {
-    if constexpr (requires { a.pDst; }) return a.pDst;
-    else return a.pSrcDst;
-}
-
 // One entry point for every form of the tables; the form is told by the
 // parameters it has, the operation by the table.
 template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
-    using T = std::remove_pointer_t<decltype(elemOf(a))>;
+    using T = FormElem<A>;
     if constexpr (op == Op::And || op == Op::Or || op == Op::Xor) return runBits<op, L, T>(a);
     else if constexpr (op == Op::MaxEvery || op == Op::MinEvery) return runPick<op, L, T>(a);
     else if constexpr (op == Op::LShiftC || op == Op::RShiftC) return runShift<op, L, T>(a);

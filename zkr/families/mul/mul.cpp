@@ -37,32 +37,17 @@ ZkrStatus execute(EltJob j, Kop op, bool inPlace, const T* values, ZkriSize roi)
     return zkrStsNoErr;
 }
 
-template <class T, Layout L> constexpr int pixelBytes() { return Pixel<T, L>::bytes; }
-template <class T> constexpr int componentBytes() { return int(sizeof(typename ElemInfo<T>::S)); }
-
 // Colour * own alpha / max, 8u and 16u, C4 or AC4; unary and unary_i forms.
 template <Layout L, class A> ZkrStatus premultiply(const A& a) {
+    using T = FormElem<A>;
+    Operands<T> o;
+    if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
     PixJob j;
-    ZkriSize roi = a.roiSize;
-    int typeIndex;
-    if constexpr (requires { a.pSrcDst; }) {
-        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
-        typeIndex = std::is_same_v<T, Zkr8u> ? 0 : 1;
-        const ZkrStatus s = checkArgs({a.pSrcDst}, roi, {a.srcDstStep}, pixelBytes<T, L>(), componentBytes<T>());
-        if (s != zkrStsNoErr) return s;
-        j.s = a.pSrcDst, j.sStep = a.srcDstStep;
-        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
-    } else {
-        using T = std::remove_pointer_t<decltype(a.pDst)>;
-        typeIndex = std::is_same_v<T, Zkr8u> ? 0 : 1;
-        const ZkrStatus s =
-            checkArgs({a.pSrc, a.pDst}, roi, {a.srcStep, a.dstStep}, pixelBytes<T, L>(), componentBytes<T>());
-        if (s != zkrStsNoErr) return s;
-        j.s = a.pSrc, j.sStep = a.srcStep;
-        j.d = a.pDst, j.dStep = a.dstStep;
-    }
-    j.width = roi.width;
-    runJob(j, kernels().premul[typeIndex][L == Layout::AC4 ? 1 : 0], roi.width, roi.height);
+    j.s = o.rhs(), j.sStep = o.rhsStep();
+    j.d = o.d, j.dStep = o.dStep;
+    j.width = a.roiSize.width;
+    const int typeIndex = std::is_same_v<T, Zkr8u> ? 0 : 1;
+    runJob(j, kernels().premul[typeIndex][L == Layout::AC4 ? 1 : 0], a.roiSize.width, a.roiSize.height);
     return zkrStsNoErr;
 }
 
@@ -71,7 +56,7 @@ template <Layout L, class A> ZkrStatus colorKey(const A& a) {
     using T = std::remove_pointer_t<decltype(a.pDst)>;
     const T* key = elementsOf(a.colorKey);
     const ZkrStatus s = checkArgs({a.pSrc1, a.pSrc2, a.pDst, key}, a.roiSize, {a.src1Step, a.src2Step, a.dstStep},
-                                  pixelBytes<T, L>(), componentBytes<T>());
+                                  Pixel<T, L>::bytes, int(sizeof(T)));
     if (s != zkrStsNoErr) return s;
     PixJob j;
     j.s = a.pSrc1, j.sStep = a.src1Step;
@@ -94,64 +79,21 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
         return colorKey<L>(a);
     } else if constexpr (op == Op::AlphaPremulC) {
         // Every computed channel times alpha / max: MulCScale with alpha as the constant of each channel.
-        constexpr bool inPlace = requires { a.pSrcDst; };
-        using T = std::remove_const_t<decltype(a.alpha)>;
+        using T = FormElem<A>;
+        Operands<T> o;
+        if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
         const T alphas[4] = {a.alpha, a.alpha, a.alpha, a.alpha};
-        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
         EltJob j;
-        if constexpr (inPlace) {
-            const ZkrStatus s = checkArgs({a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
-            if (s != zkrStsNoErr) return s;
-            j.d = a.pSrcDst, j.dStep = a.srcDstStep;
-        } else {
-            const ZkrStatus s = checkArgs({a.pSrc, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
-            if (s != zkrStsNoErr) return s;
-            j.b = a.pSrc, j.bStep = a.srcStep;
-            j.d = a.pDst, j.dStep = a.dstStep;
-        }
-        return execute<T, L>(j, Kop::MulScale, inPlace, alphas, a.roiSize);
-    } else if constexpr (requires { a.pSrc1; }) {  // binary
-        using T = std::remove_pointer_t<decltype(a.pDst)>;
-        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
-        const ZkrStatus s = checkArgs({a.pSrc1, a.pSrc2, a.pDst}, a.roiSize, {a.src1Step, a.src2Step, a.dstStep}, px, cb);
-        if (s != zkrStsNoErr) return s;
+        setOperands(j, o);
+        return execute<T, L>(j, Kop::MulScale, o.inPlace, alphas, a.roiSize);
+    } else {
+        using T = FormElem<A>;
+        Operands<T> o;
+        if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
         EltJob j;
-        j.a = a.pSrc1, j.aStep = a.src1Step;
-        j.b = a.pSrc2, j.bStep = a.src2Step;
-        j.d = a.pDst, j.dStep = a.dstStep;
+        setOperands(j, o);
         j.scale = scaleOf(a);
-        return execute<T, L>(j, kopOf(op), false, nullptr, a.roiSize);
-    } else if constexpr (requires { a.value; a.pDst; }) {  // constant
-        using T = std::remove_pointer_t<decltype(a.pDst)>;
-        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
-        const T* values = elementsOf(a.value);
-        const ZkrStatus s = checkArgs({a.pSrc, values, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
-        if (s != zkrStsNoErr) return s;
-        EltJob j;
-        j.b = a.pSrc, j.bStep = a.srcStep;
-        j.d = a.pDst, j.dStep = a.dstStep;
-        j.scale = scaleOf(a);
-        return execute<T, L>(j, kopOf(op), false, values, a.roiSize);
-    } else if constexpr (requires { a.value; }) {  // constant, in place
-        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
-        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
-        const T* values = elementsOf(a.value);
-        const ZkrStatus s = checkArgs({values, a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb);
-        if (s != zkrStsNoErr) return s;
-        EltJob j;
-        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
-        j.scale = scaleOf(a);
-        return execute<T, L>(j, kopOf(op), true, values, a.roiSize);
-    } else {  // binary, in place
-        using T = std::remove_pointer_t<decltype(a.pSrcDst)>;
-        constexpr int px = pixelBytes<T, L>(), cb = componentBytes<T>();
-        const ZkrStatus s = checkArgs({a.pSrc, a.pSrcDst}, a.roiSize, {a.srcStep, a.srcDstStep}, px, cb);
-        if (s != zkrStsNoErr) return s;
-        EltJob j;
-        j.a = a.pSrc, j.aStep = a.srcStep;
-        j.d = a.pSrcDst, j.dStep = a.srcDstStep;
-        j.scale = scaleOf(a);
-        return execute<T, L>(j, kopOf(op), true, nullptr, a.roiSize);
+        return execute<T, L>(j, kopOf(op), o.inPlace, o.values, a.roiSize);
     }
 }
 

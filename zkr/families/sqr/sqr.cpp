@@ -2,10 +2,8 @@
 // packs its parameters and hands them to one generic entry point, which checks
 // the arguments, describes the call as a UnaryJob and runs the kernel of the
 // level in force over row bands.
-#include <atomic>
 #include <type_traits>
 
-#include "checks.h"
 #include "form_args.h"
 #include "sqr_kernels.h"
 #include "worker_pool.h"
@@ -19,34 +17,19 @@ namespace {
 // when any processed source component was negative.
 template <Kop op, Layout L, class A> ZkrStatus run(const A& a) {
     constexpr bool inPlace = requires { a.pSrcDst; };
-    using T = std::remove_pointer_t<decltype([&] {
-        if constexpr (inPlace) return a.pSrcDst;
-        else return a.pDst;
-    }())>;
-    using S = typename ElemInfo<T>::S;
-    constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(S));
-
+    using T = FormElem<A>;
+    Operands<T> o;
+    if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
     UnaryJob j;
-    if constexpr (inPlace) {
-        if (const ZkrStatus s = checkArgs({a.pSrcDst}, a.roiSize, {a.srcDstStep}, px, cb); s != zkrStsNoErr) return s;
-        j.s = j.d = a.pSrcDst;
-        j.sStep = j.dStep = a.srcDstStep;
-    } else {
-        if (const ZkrStatus s = checkArgs({a.pSrc, a.pDst}, a.roiSize, {a.srcStep, a.dstStep}, px, cb);
-            s != zkrStsNoErr)
-            return s;
-        j.s = a.pSrc, j.sStep = a.srcStep;
-        j.d = a.pDst, j.dStep = a.dstStep;
-    }
+    j.s = o.rhs(), j.sStep = o.rhsStep();
+    j.d = o.d, j.dStep = o.dStep;
     j.rowLen = a.roiSize.width * Pixel<T, L>::period;
     j.scale = scaleOf(a);
 
     const RowsFn fn = kernels().rows[int(kSType<T>)][int(op)][L == Layout::AC4][inPlace];
-    std::atomic<bool> negative{false};
-    forRowBands(std::int64_t(a.roiSize.width) * a.roiSize.height, a.roiSize.height, [&](int y0, int y1) {
-        if (fn(j, y0, y1)) negative.store(true, std::memory_order_relaxed);
-    });
-    return negative.load(std::memory_order_relaxed) ? zkrStsSqrtNegArg : zkrStsNoErr;
+    const int negative = forRowBandsMet(std::int64_t(a.roiSize.width) * a.roiSize.height, a.roiSize.height,
+                                        [&](int y0, int y1) { return fn(j, y0, y1); });
+    return negative ? zkrStsSqrtNegArg : zkrStsNoErr;
 }
 
 }  // namespace

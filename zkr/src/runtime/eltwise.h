@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "elem_info.h"
+#include "form_args.h"
 
 namespace zkr {
 
@@ -46,6 +47,13 @@ struct EltJob {
     bool aPeriodic = false;      // a holds `chunk` components that repeat along the row
     int scale = 0;               // integer scale factor: result * 2^-scale
 };
+
+// The operands read from an element-wise form (readOperands) as the job's a, b and d.
+template <class T> void setOperands(EltJob& j, const Operands<T>& o) {
+    j.a = o.a, j.aStep = o.aStep;
+    j.b = o.b, j.bStep = o.bStep;
+    j.d = o.d, j.dStep = o.dStep;
+}
 
 // The repeated constant and keep mask of one call; it must outlive the job's run.
 template <class S> struct EltPattern {

@@ -4,6 +4,7 @@
 // library's headers.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace zkr {
@@ -47,6 +48,17 @@ template <class Body> void forRowBands(std::int64_t pixels, int rows, const Body
             (*c.body)(y0, y1);
         },
         &ctx);
+}
+
+// Runs rows(y0, y1) over bands of the rows [0, rows) as forRowBands does and returns the bitwise OR
+// of what the bands returned: the conditions a kernel met on its rows (a zero divisor, a negative
+// argument), which the call reports after processing the whole image.
+template <class Rows> int forRowBandsMet(std::int64_t pixels, int rows, const Rows& bandRows) {
+    std::atomic<int> met{0};
+    forRowBands(pixels, rows, [&](int y0, int y1) {
+        if (const int m = int(bandRows(y0, y1)); m != 0) met.fetch_or(m, std::memory_order_relaxed);
+    });
+    return met.load(std::memory_order_relaxed);
 }
 
 }  // namespace zkr
