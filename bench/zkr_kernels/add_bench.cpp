@@ -86,6 +86,56 @@ template <class T, AddOp op> void registerRows(const std::string& name) {
     zkrInit();
 }
 
+// The constant and AC4 forms: a constant becomes a pattern of whole pixels repeated along the row
+// (one value for 8u C1, three for 32f C3), AC4 writes through a keep mask that leaves alpha alone.
+// Rows "<name>/<level>/L1half" and "/call" as above, with the pixel's channels counted in the
+// buffers; ls_bound is one vector of every operand per clock over the pixel's bytes.
+ZkrStatus addC8uC1(const Zkr8u* a, const Zkr8u*, Zkr8u* d, int step, ZkriSize roi) {
+    return zkriAddC_8u_C1RSfs(a, step, Zkr8u(7), d, step, roi, 0);
+}
+ZkrStatus addC32fC3(const Zkr32f* a, const Zkr32f*, Zkr32f* d, int step, ZkriSize roi) {
+    static const Zkr32f values[3] = {1.0f, -2.0f, 0.5f};
+    return zkriAddC_32f_C3R(a, step, values, d, step, roi);
+}
+ZkrStatus add8uAC4(const Zkr8u* a, const Zkr8u* b, Zkr8u* d, int step, ZkriSize roi) {
+    return zkriAdd_8u_AC4RSfs(a, step, b, step, d, step, roi, 0);
+}
+ZkrStatus add32fAC4(const Zkr32f* a, const Zkr32f* b, Zkr32f* d, int step, ZkriSize roi) {
+    return zkriAdd_32f_AC4R(a, step, b, step, d, step, roi);
+}
+
+template <class T> using PixelCall = ZkrStatus (*)(const T*, const T*, T*, int, ZkriSize);
+
+template <class T, int channels, int sources, PixelCall<T> call>
+void benchPixels(benchmark::State& state, LevelInfo level, ImageSize size) {
+    if (!selectLevel(state, level)) return;
+    const std::size_t n = std::size_t(size.width) * size.height * channels;
+    Buffer<T> a(n), b(n), d(n);
+    const int step = size.width * channels * int(sizeof(T));
+    const ZkriSize roi{size.width, size.height};
+    timeKernel(state, double(size.width) * size.height, double((sources + 1) * channels * sizeof(T)),
+               [&] { return call(a.data(), b.data(), d.data(), step, roi); });
+    state.counters["ls_bound"] = double(channels * sizeof(T)) / level.vectorBytes;
+}
+
+template <class T, int channels, int sources, PixelCall<T> call> void registerPixelRows(const std::string& name) {
+    for (const LevelInfo& level : kLevels) {
+        if (zkrInitCpu(level.type) != zkrStsNoErr) continue;
+        const ImageSize half = halfL1<T>();
+        for (const ImageSize size : {ImageSize{"L1half", half.width / channels, half.height}, ImageSize{"call", 1, 1}}) {
+            const std::string full = name + "/" + level.name + "/" + size.name;
+            benchmark::RegisterBenchmark(full.c_str(), &benchPixels<T, channels, sources, call>, level, size)
+                ->Unit(benchmark::kMicrosecond);
+        }
+    }
+    zkrInit();
+}
+
+[[maybe_unused]] const bool s_registeredPixels =
+    (registerPixelRows<Zkr8u, 1, 1, addC8uC1>("AddC_8u_C1RSfs"), registerPixelRows<Zkr32f, 3, 1, addC32fC3>("AddC_32f_C3R"),
+     registerPixelRows<Zkr8u, 4, 2, add8uAC4>("Add_8u_AC4RSfs"), registerPixelRows<Zkr32f, 4, 2, add32fAC4>("Add_32f_AC4R"),
+     true);
+
 [[maybe_unused]] const bool s_registered =
     (registerRows<Zkr8u, AddOp::Add>("Add_8u_C1RSfs"), registerRows<Zkr16s, AddOp::Add>("Add_16s_C1RSfs"),
      registerRows<Zkr32f, AddOp::Add>("Add_32f_C1R"), registerRows<Zkr8u, AddOp::Sub>("Sub_8u_C1RSfs"),

@@ -286,7 +286,7 @@ template <class S> void checkAgainstReference(const Case& c) {
 template <class S> void checkThreadSplit(const Case& c) {
     std::mt19937 rng(77);
     for (int op : {int(ZKRI_ALPHA_ATOP), int(ZKRI_ALPHA_XOR_PREMUL)}) {
-        Images<S> img(c, 1100, 61, true, rng);
+        Images<S> img(c, kSplitSize.width, kSplitSize.height, true, rng);
         const std::vector<Plane<S>> original = img.d;
         ASSERT_EQ(zkrSetNumThreads(1), zkrStsNoErr);
         img.runAndCheck(c, op);

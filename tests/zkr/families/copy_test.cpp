@@ -662,7 +662,7 @@ TEST_F(CopyFamily, MedianIsTheMiddleOfTheSortedWindow) {
 TEST_F(CopyFamily, ThreadSplitsMatchTheReference) {
     ASSERT_EQ(zkrSetNumThreads(2), zkrStsNoErr);
     constexpr int w = 261, h = 256;
-    static_assert(long(w) * h > 64 * 1024, "above the library's splitting threshold (64 K pixels)");
+    static_assert(long(w) * h > kSplitPixels, "above the library's splitting threshold");
     std::mt19937 rng(23);
     auto select = [](const FamilyCase& c) {
         return !isElementMove(c) || c.name.find("_8u_") != std::string::npos || c.name.find("_32f_") != std::string::npos;

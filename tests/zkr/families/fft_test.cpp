@@ -466,14 +466,11 @@ template <class Sc, class Dc> void checkRoundTrip(const FftCase& fwd) {
 
 // ---- thread splits ---------------------------------------------------------------------------
 
-// The library splits images from 64 K pixels on (zkr::kMinParallelPixels).
-constexpr std::int64_t kSplitThreshold = 64 * 1024;
-
 // An image above the splitting threshold gives the same bits on 1, 2 and 3 threads.
 template <class Sc, class Dc> void checkThreadSplits(const FftCase& fc) {
     std::mt19937 rng(77);
     Call<Sc, Dc> call(fc, 9, 8, true, rng);
-    ASSERT_GT(std::int64_t(call.w) * call.h, kSplitThreshold);
+    ASSERT_GT(std::int64_t(call.w) * call.h, kSplitPixels);
     const Call<Sc, Dc> original = call;
     SpecHolder setup(fc.complex(), 9, 8, ZKR_FFT_DIV_FWD_BY_N);
     std::vector<Dc> single;

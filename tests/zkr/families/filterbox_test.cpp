@@ -258,7 +258,7 @@ template <class S> void checkThreadSplits(const FamilyCase& fc) {
     std::mt19937 rng(31);
     bool checkReference = true;
     for (const Mask& m : {Mask{{3, 3}, {1, 1}}, Mask{{5, 4}, {1, 3}}}) {
-        const Call<S> original(fc, 1100, 61, m, true, rng);
+        const Call<S> original(fc, kSplitSize.width, kSplitSize.height, m, true, rng);
         std::vector<S> single;
         for (int threads : {1, 2, 3}) {
             SCOPED_TRACE(testing::Message() << threads << " threads, mask " << m.size.width << "x" << m.size.height);

@@ -331,9 +331,8 @@ TEST_F(GeomFamily, RampTiesGoToEven) {
 
 TEST_F(GeomFamily, ThreadSplitsGiveTheSameResult) {
     ASSERT_GE(zkrSetNumThreads(2), zkrStsNoErr);
-    // The library splits images from 64 K pixels on (zkr::kMinParallelPixels).
     const int n = 300;
-    static_assert(300L * 260 > 64 * 1024, "the images must be split");
+    static_assert(300L * 260 > kSplitPixels, "the images must be split");
     std::mt19937 rng(16);
     forEachCase(familyCases(), [](const GeomCase&) { return true; }, [&](const GeomCase& c) {
         switch (c.op) {

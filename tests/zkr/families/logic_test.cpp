@@ -336,7 +336,7 @@ void checkShiftThreadSplits(const ShiftCase& c) {
         std::mt19937 rng(99);
         const Zkr32u counts[4] = {1, 3, 2, 4};
         for (bool padded : {true, false}) {
-            ShiftCall<S> call(c, 1100, 61, padded, rng, counts);
+            ShiftCall<S> call(c, kSplitSize.width, kSplitSize.height, padded, rng, counts);
             const ShiftCall<S> original = call;
             std::vector<S> single;
             for (int threads : {1, 2, 3}) {

@@ -251,10 +251,11 @@ template <class S> void checkAgainstReference(const FamilyCase& c) {
     });
 }
 
-// 1100x61 is above the splitting threshold: 1, 2 and 3 threads give the same bits.
+// kSplitSize is above the splitting threshold: 1, 2 and 3 threads give the same bits.
 template <class S> void checkThreadSplits(const FamilyCase& c) {
     std::mt19937 rng(31);
-    Plane<S> a(1100, 61, c.channels, randomPadding(rng), rng), b(1100, 61, c.channels, Padding{}, rng);
+    Plane<S> a(kSplitSize.width, kSplitSize.height, c.channels, randomPadding(rng), rng),
+        b(kSplitSize.width, kSplitSize.height, c.channels, Padding{}, rng);
     if (c.op == Op::Sum || c.op == Op::Mean || c.op == Op::QualityIndex) moderate(a, rng), moderate(b, rng);
     for (ZkrHintAlgorithm h : hintsOf(c)) {
         Outputs single;
@@ -265,7 +266,7 @@ template <class S> void checkThreadSplits(const FamilyCase& c) {
             CallArgs args;
             args.src = a.roi(), args.srcStep = a.stepBytes();
             args.src2 = b.roi(), args.src2Step = b.stepBytes();
-            args.roi = {1100, 61};
+            args.roi = kSplitSize;
             args.hint = h;
             args.out = &out;
             ASSERT_EQ(c.call(args), zkrStsNoErr);

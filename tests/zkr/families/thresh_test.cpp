@@ -291,7 +291,7 @@ template <class S> void checkThreadSplits(const FamilyCase& fc) {
     for (auto [padded, threads] : {std::pair{true, 2}, std::pair{false, 3}}) {
         SCOPED_TRACE(testing::Message() << threads << " threads" << (padded ? ", padded" : ", gapless"));
         ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
-        Call<S> call(fc, 1100, 61, padded, rng);
+        Call<S> call(fc, kSplitSize.width, kSplitSize.height, padded, rng);
         randomConstants(call.k, rng);
         call.k.cmp = zkrCmpGreater;
         call.hitThresholds(rng);

@@ -259,7 +259,7 @@ template <class Model, class S> void checkThreadSplits(const Case& fc) {
     std::mt19937 rng(777);
     const int sf = fc.hasScale ? 1 : 0;
     for (bool padded : {true, false}) {
-        Call<Model, S> call(fc, 1100, 61, padded, rng);
+        Call<Model, S> call(fc, kSplitSize.width, kSplitSize.height, padded, rng);
         const Call<Model, S> original = call;
         std::vector<S> single;
         ZkrStatus singleStatus = zkrStsNoErr;

@@ -19,6 +19,14 @@
 
 namespace zkrtest {
 
+// ---- thread splits --------------------------------------------------------------
+
+// The smallest image the library splits over its threads (zkr::kMinParallelPixels, set by the build),
+// and an image just above it, 61 rows high, so that three threads get bands of unequal height.
+inline constexpr long kSplitPixels = ZKR_MIN_PARALLEL_PIXELS;
+inline constexpr ZkriSize kSplitSize = {int(kSplitPixels / 61 + 3), 61};
+static_assert(long(kSplitSize.width) * kSplitSize.height > kSplitPixels);
+
 // ---- dispatch levels ----------------------------------------------------------
 
 struct Level {

@@ -19,8 +19,12 @@ using PartTask = void (*)(void* ctx, int part, int parts);
 // run or cannot start threads.
 void runParts(int parts, PartTask task, void* ctx);
 
-// Smallest job (in pixels) worth splitting over threads.
-inline constexpr long kMinParallelPixels = 64 * 1024;
+// Smallest job (in pixels) worth splitting over threads: 64 K pixels, set by the build (the
+// ThreadSanitizer build splits smaller images).
+#ifndef ZKR_MIN_PARALLEL_PIXELS
+#error "the build sets ZKR_MIN_PARALLEL_PIXELS, the smallest image split over threads"
+#endif
+inline constexpr long kMinParallelPixels = ZKR_MIN_PARALLEL_PIXELS;
 
 // Number of bands a job of `pixels` pixels in `rows` rows is split into.
 int bandsFor(std::int64_t pixels, int rows);
