@@ -5,7 +5,6 @@
 #include <type_traits>
 
 #include "add_kernels.h"
-#include "checks.h"
 #include "worker_pool.h"
 #include "zkr_call.hpp"
 
@@ -40,10 +39,10 @@ ZkrStatus execute(EltJob& j, Kop op, bool inPlace, const T* values, ZkriSize roi
 // parameters it has.
 template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     if constexpr (op == Op::Complement) {
-        if (const ZkrStatus s = checkArgs({a.pSrcDst}, a.roiSize, {a.srcDstStep}, 4, 4); s != zkrStsNoErr) return s;
+        Operands<FormElem<A>> o;
+        if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
         EltJob j;
-        j.d = a.pSrcDst;
-        j.dStep = a.srcDstStep;
+        setOperands(j, o);
         j.rowLen = a.roiSize.width;
         runJob(j, kernels().complement32s, a.roiSize.width, a.roiSize.height);
         return zkrStsNoErr;

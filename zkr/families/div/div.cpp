@@ -45,7 +45,6 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     Operands<T> o;
     if (const ZkrStatus s = readOperands<L>(a, o); s != zkrStsNoErr) return s;
     constexpr bool inPlace = requires { a.pSrcDst; };
-    const T* values = o.values;
     DivJob j;
     j.divisor = o.a, j.divisorStep = o.aStep;
     j.dividend = o.b, j.dividendStep = o.bStep;
@@ -67,12 +66,12 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     Pattern<T, L> pattern;
     if constexpr (constant) {
         for (int c = 0; c < kActive<L>; ++c)
-            if (isZero(values[c])) return zkrStsBadArgErr;
+            if (isZero(o.values[c])) return zkrStsBadArgErr;
         // The alpha channel's divisor is 1: its quotient is computed and dropped.
         j.chunk = j.rowLen < kPatternMax ? j.rowLen : kPatternMax;
         for (int i = 0; i < j.chunk; ++i) {
             const int channel = (i / comps) % kChannels<L>;
-            pattern.v[i] = channel < kActive<L> ? componentsOf(values[channel])[i % comps]
+            pattern.v[i] = channel < kActive<L> ? componentsOf(o.values[channel])[i % comps]
                                                 : S(i % comps == 0 ? 1 : 0);
         }
         j.divisor = pattern.v;
