@@ -97,3 +97,39 @@ def test_geometric_mean():
     assert stats.geometric_mean([2.0, 0.5]) == pytest.approx(1.0)
     assert stats.geometric_mean([1.2, 1.2, 1.2]) == pytest.approx(1.2)
     assert stats.geometric_mean([]) is None
+
+
+def _lines(n, shift, rng):
+    """n lines of five samples per side with 2 % noise, the contender shifted by `shift`."""
+    out = []
+    for _ in range(n):
+        base = [1.0 + rng.uniform(-0.02, 0.02) for _ in range(5)]
+        out.append(judge(base, [(1.0 + shift) * (1.0 + rng.uniform(-0.02, 0.02)) for _ in range(5)]))
+    return out
+
+
+def test_correction_for_many_lines_removes_chance_findings():
+    # One line of many, completely separated by chance: p = 2/252 on its own, not after correction.
+    rng = __import__("random").Random(7)
+    lines = _lines(200, 0.0, rng)
+    lucky = judge([1.00, 1.001, 1.002, 1.003, 1.004], [1.05, 1.051, 1.052, 1.053, 1.054])
+    assert lucky.verdict == SLOWER
+    tested = stats.correct(lines + [lucky], Settings())
+    assert tested == 201
+    assert lucky.p_adjusted > 0.05 and lucky.verdict == NOISY
+    assert all(j.verdict != SLOWER and j.verdict != FASTER for j in lines)
+    # Without correction the same line stays slower; Holm is stricter than the default.
+    lucky2 = judge([1.00, 1.001, 1.002, 1.003, 1.004], [1.05, 1.051, 1.052, 1.053, 1.054])
+    stats.correct([lucky2], Settings(correction="none"))
+    assert lucky2.verdict == SLOWER and lucky2.p_adjusted == lucky2.p_value
+
+
+def test_correction_keeps_a_change_shared_by_many_lines():
+    rng = __import__("random").Random(11)
+    lines = _lines(200, 0.10, rng) + _lines(50, 0.0, rng)
+    stats.correct(lines, Settings())
+    assert sum(j.verdict == SLOWER for j in lines[:200]) >= 190
+    assert not any(j.verdict in (SLOWER, FASTER) for j in lines[200:])
+    # Lines judged by figures alone (too few samples for the test) keep their verdicts.
+    few = judge([1.0], [1.2])
+    assert stats.correct([few], Settings()) == 0 and few.verdict == SLOWER and few.p_adjusted is None

@@ -25,7 +25,11 @@ def parse_args(argv):
                    help="exit 1 when a line is judged slower by more than PCT per cent (default 5)")
     p.add_argument("--min-effect", type=float, default=3.0, metavar="PCT",
                    help="smallest change in per cent that counts as faster or slower (default 3)")
-    p.add_argument("--alpha", type=float, default=0.05, help="significance level of the U test (default 0.05)")
+    p.add_argument("--alpha", type=float, default=0.05,
+                   help="significance level of the U test over all lines together (default 0.05)")
+    p.add_argument("--correction", choices=sorted(stats.CORRECTIONS), default="fdr",
+                   help="correction of the p-values for the number of lines compared: fdr "
+                        "(Benjamini-Hochberg, the default), holm (family-wise), none")
     p.add_argument("--accuracy", type=float, default=5.0, metavar="PCT",
                    help="accuracy of a figure whose line reports none, per cent (default 5, the Auto method's)")
     p.add_argument("--csv", metavar="FILE", help="also write the comparison as csv")
@@ -65,7 +69,14 @@ class Comparison:
         for key, cl in contender.lines.items():
             if key not in base.lines:
                 (self.only_contender if cl.figures() else self.no_figure).append(cl)
+        # Hundreds of lines are tested at once: their p-values are corrected together.
+        self.tested = stats.correct([j for _, j in self.rows], settings)
         self.counts = Counter(j.verdict for _, j in self.rows)
+
+    def correction_note(self):
+        name = stats.CORRECTIONS[self.settings.correction][0]
+        return (f"Rank tests of {self.tested} lines at alpha {self.settings.alpha:g}, corrected for their "
+                f"number: {name}")
 
     def geomeans(self, attr):
         groups = defaultdict(list)
@@ -94,13 +105,14 @@ def _fig(x):
 
 
 COLUMNS = ("line", "module", "base", "contender", "ratio", "change", "base spread",
-           "contender spread", "n base", "n contender", "verdict", "method", "p")
+           "contender spread", "n base", "n contender", "verdict", "method", "p", "p corrected")
 
 
 def row_cells(line, j, nb, nc):
     return [line.label(), line.module, _fig(j.base), _fig(j.contender), f"{j.ratio:.3f}", _change(j.ratio),
             _pct(j.base_spread), _pct(j.contender_spread), str(nb), str(nc), j.verdict, j.method,
-            "-" if j.p_value is None else f"{j.p_value:.3g}"]
+            "-" if j.p_value is None else f"{j.p_value:.3g}",
+            "-" if j.p_adjusted is None else f"{j.p_adjusted:.3g}"]
 
 
 def _counts(cmp):
@@ -137,6 +149,8 @@ def render_console(cmp, base_lines, cont_lines, only_changed=False, quiet=False)
               f"{len(cmp.rows)} lines\n")
     out.write("Verdicts: " + ", ".join(f"{v} {n}" for v, n in _counts(cmp)) +
               f"; baseline only {len(cmp.only_base)}, contender only {len(cmp.only_contender)}\n")
+    if cmp.tested:
+        out.write(cmp.correction_note() + "\n")
     by_accuracy = sum(1 for _, j in cmp.rows if j.method == "accuracy")
     if by_accuracy:
         out.write(f"{by_accuracy} of {len(cmp.rows)} lines had too few samples for the rank test and were "
@@ -152,10 +166,10 @@ def write_csv(path, cmp, base_lines, cont_lines):
             w.writerow(row_cells(line, j, len(base_lines[line.key].figures()), len(cont_lines[line.key].figures())))
         for line in cmp.only_base:
             w.writerow([line.label(), line.module, _fig(_median(line)), "-", "-", "-", "-", "-",
-                        len(line.figures()), 0, "baseline only", "-", "-"])
+                        len(line.figures()), 0, "baseline only", "-", "-", "-"])
         for line in cmp.only_contender:
             w.writerow([line.label(), line.module, "-", _fig(_median(line)), "-", "-", "-", "-",
-                        0, len(line.figures()), "contender only", "-", "-"])
+                        0, len(line.figures()), "contender only", "-", "-", "-"])
 
 
 def _median(line):
@@ -182,13 +196,15 @@ def render_markdown(cmp, base_lines, cont_lines):
     for v, n in _counts(cmp):
         out.write(f"| {v} | {n} |\n")
     out.write(f"| baseline only | {len(cmp.only_base)} |\n| contender only | {len(cmp.only_contender)} |\n")
+    if cmp.tested:
+        out.write("\n" + cmp.correction_note() + ".\n")
     return out.getvalue()
 
 
 def main(argv=None):
     args = parse_args(sys.argv[1:] if argv is None else argv)
     settings = stats.Settings(alpha=args.alpha, min_effect=args.min_effect / 100.0,
-                              accuracy=args.accuracy / 100.0)
+                              accuracy=args.accuracy / 100.0, correction=args.correction)
     try:
         base = read_tables(args.baseline)
         contender = read_tables(args.contender)
