@@ -1,8 +1,9 @@
 // The Exp family against the C library's exponential and logarithm, driven by
 // its tables: every function on every dispatch level, ROIs inside padded
 // images, scale factors across and beyond the useful range, zero and negative
-// logarithm arguments, infinities and NaN, thread splits and every argument
-// error. One test per call form walks all functions of that form.
+// logarithm arguments, infinities and NaN, the hostile float fills on one and
+// two threads, the floating-point flags against the C library's for the same
+// argument, thread splits and every argument error. One test per call form walks all functions of that form.
 #include <climits>
 #include <cmath>
 #include <limits>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "float_fills.h"
 
 #define ZKR_TABLE "exp/exp.tbl"
 #include "zkr_declare.h"
@@ -195,6 +197,74 @@ TEST_F(ExpEdges, LnWarnsAboutZeroAndNegativeArgumentsNegativeFirst) {
         EXPECT_EQ(f[1], inf);
         EXPECT_EQ(f[2], float(std::log(double(1e-45f))));  // a denormal argument
         EXPECT_TRUE(std::isnan(f[3]));
+    });
+}
+
+// ---- hostile floats and floating-point flags ---------------------------------------------------
+
+// Every float function over the hostile fills (NaN, infinities, zeros of both signs, denormals,
+// 1e-30 to 1e30 of both signs) on every level, on one and two threads, against the C library.
+TEST_F(ExpEdges, FloatFunctionsOverHostileFills) {
+    forEachCase(familyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [](const Case& c) {
+        std::mt19937 rng(404);
+        forEachLevel([&](const Level&) {
+            for (int threads : {1, 2}) {
+                SCOPED_TRACE(testing::Message() << threads << " threads");
+                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+                eltwise::Call<ExpModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
+                floats::fillHostile(call.src1 ? call.src1->data : call.dst.data, rng);
+                const Plane<float> before = call.dst;
+                const std::vector<float> source = call.src1 ? call.src1->data : std::vector<float>{};
+                ASSERT_EQ(c.call(call.args(0)), ExpModel::expectedStatus(call, before));
+                for (int y = 0; y < before.height; ++y)
+                    for (int i = 0; i < before.rowComps(); ++i) {
+                        const float want = ExpModel::expected<float>(call, before, y, i, 0);
+                        ASSERT_TRUE(eltwise::matches(call.dst.at(y, i), want))
+                            << "row " << y << " component " << i << ": input " << call.input(before, y, i)
+                            << " got " << call.dst.at(y, i) << ", want " << want;
+                    }
+                if (call.src1) {
+                    EXPECT_TRUE(eltwise::sameData(call.src1->data, source)) << "source modified";
+                }
+            }
+        });
+    });
+}
+
+// A float function raises no flag the C library's expf / logf does not raise for the same
+// argument (inexact aside, and never the denormal-operand flag, which C does not know), and every
+// level raises the same flags. Rows of 37 equal arguments cover the vector bodies and their tails.
+TEST_F(ExpEdges, FloatFlagsAreAtMostThoseOfTheCLibraryAndAgreeAcrossLevels) {
+    std::vector<float> args = floats::specials();
+    for (float v : {-104.5f, -103.9f, -90.0f, -87.0f, -1e-20f, 0.5f, 88.7f, 88.8f, 100.0f, 1e-35f, 3.0e-39f})
+        args.push_back(v);
+    forEachCase(familyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [&](const Case& c) {
+        const bool exp = Op(c.op) == Op::Exp;
+        const int comps = 37 / c.channels * c.channels;
+        for (float v : args) {
+            SCOPED_TRACE(testing::Message() << "argument " << v << " (bits 0x" << std::hex << floats::bitsOf(v) << ")");
+            const unsigned c99 = exp ? floats::c99Flags([](float x) { return std::exp(x); }, v)
+                                     : floats::c99Flags([](float x) { return std::log(x); }, v);
+            unsigned first = 0;
+            bool haveFirst = false;
+            forEachLevel([&](const Level&) {
+                std::vector<float> src(std::size_t(comps), v), dst(std::size_t(comps), 0.0f);
+                eltwise::Args a;
+                a.src1 = src.data();
+                a.src1Step = comps * 4;
+                a.dst = c.sources ? dst.data() : src.data();
+                a.dstStep = comps * 4;
+                a.roi = {comps / c.channels, 1};
+                ZkrStatus st = zkrStsNoErr;
+                const unsigned got = floats::flagsOf([&] { st = c.call(a); });
+                EXPECT_GE(st, zkrStsNoErr);
+                EXPECT_EQ(got & ~(c99 | floats::kInexact), 0u)
+                    << "raised " << floats::flagNames(got) << ", the C library " << floats::flagNames(c99);
+                if (!haveFirst) first = got, haveFirst = true;
+                EXPECT_EQ(got, first) << "levels disagree: " << floats::flagNames(got) << " against "
+                                      << floats::flagNames(first);
+            });
+        }
     });
 }
 

@@ -10,9 +10,19 @@
 // float results (rounded once) are the correctly rounded ones except when the
 // exact value lies that close to a rounding boundary.
 //
-// Arguments are clamped before any arithmetic, so no operation overflows or
-// works on infinities: a regular argument raises no floating-point exception
-// (inexact aside), and special ones get their results by selects.
+// Float arguments are told apart by integer operations on their bit patterns
+// (NaN, infinities, zeros, denormals), and only a finite, normal value, clamped
+// with integer compares, reaches the floating-point operations: no comparison
+// ever sees a NaN (which raises "invalid" on some levels' compare instructions
+// and not on others) and no operation a denormal (the denormal-operand flag).
+// Special arguments get their results by selects. So a float call raises no
+// flag the C library's expf / logf does not raise for the same argument: exp
+// raises underflow (with inexact) only for finite arguments whose result is
+// denormal or rounds to zero, never for -inf (exp(-inf) = +0 is exact), and
+// neither function raises invalid for NaN, overflow, or divide-by-zero (C raises
+// overflow for e^x beyond the float range, divide-by-zero for ln(0) and invalid
+// for ln of a negative value; those results come from selects here). Every level
+// runs the same operations, so all raise the same flags.
 //
 // The kernels are compiled without the assumption that floating-point
 // operations may trap, otherwise the vectoriser treats the selects as control
@@ -102,6 +112,12 @@ inline double lnCore(double x) {
 
 inline double pow2(int e) { return fromBits(std::int64_t(e + 1023) << 52); }  // |e| <= 1022
 
+inline std::int32_t fbits(float v) { return __builtin_bit_cast(std::int32_t, v); }
+inline float ffrom(std::int32_t b) { return __builtin_bit_cast(float, b); }
+inline constexpr std::int32_t kFloatInfBits = 0x7f800000;
+inline constexpr std::int32_t kFloatQuietBit = 0x00400000;
+inline constexpr std::int32_t kFloatOneBits = 0x3f800000;
+
 // ---- element operations -----------------------------------------------------------
 
 // Integers: the exact result times 2^-sf, in double, rounded to nearest even and saturated.
@@ -150,31 +166,55 @@ template <class S> struct LnInt {
 
 // e^x in float: +inf from the first float argument whose exponential rounds beyond the float range.
 struct ExpFloat {
-    static constexpr float kOverflowFrom = 0x1.62e430p6f;  // 88.72283935546875
+    static constexpr float kOverflowFrom = 0x1.62e430p6f;   // 88.72283935546875
     static constexpr float kLargestFinite = 0x1.62e42ep6f;  // the float just below
+    static constexpr float kZeroBelow = -104.0f;            // e^-104 rounds to 0
     explicit ExpFloat(int) {}
     static int met(Zkr32f) { return 0; }
     Zkr32f operator()(Zkr32f x) const {
-        const bool nan = x != x;
-        const float c = x < -104.0f ? -104.0f : (x > kLargestFinite ? kLargestFinite : x);  // e^-104 rounds to 0
-        const auto v = Zkr32f(expCore(nan ? 0.0 : double(c)));
-        const float big = x >= kOverflowFrom ? std::numeric_limits<float>::infinity() : v;
-        return nan ? x : big;
+        const std::int32_t b = fbits(x);
+        const std::int32_t mag = b & 0x7fffffff;
+        const bool nan = mag > kFloatInfBits;
+        const bool tiny = mag < 0x00800000;                    // zeros and denormals: e^x rounds to 1
+        const bool negInf = b == std::int32_t(0xff800000u);    // e^-inf = +0, exactly
+        const bool over = b >= fbits(kOverflowFrom) && b <= kFloatInfBits;  // positive: bits order values
+        // The clamp on the bit patterns: positive above the largest finite result, negative below -104.
+        const std::int32_t clamped = b > fbits(kLargestFinite) ? fbits(kLargestFinite)
+                                     : (b < 0 && mag > fbits(-kZeroBelow)) ? fbits(kZeroBelow)
+                                                                           : b;
+        const float c = ffrom(nan || tiny || negInf ? 0 : clamped);  // finite and normal, or +0
+        const auto v = Zkr32f(expCore(double(c)));
+        const float special = nan ? ffrom(b | kFloatQuietBit) : (negInf ? 0.0f : ffrom(kFloatOneBits));
+        const float big = over ? std::numeric_limits<float>::infinity() : v;
+        return nan || tiny || negInf ? special : big;
     }
 };
 
 // ln(x) in float: -inf for zeros, NaN for negative values (flagged), +inf for +inf, NaN for NaN.
+// A denormal x = m 2^-149 is read as the exact double (double)m * 2^-149, without a float
+// operation on it.
 struct LnFloat {
     explicit LnFloat(int) {}
-    static int met(Zkr32f x) { return int(x == 0.0f) * kMetZero | int(x < 0.0f) * kMetNegative; }
+    static int met(Zkr32f x) {
+        const std::int32_t b = fbits(x), mag = b & 0x7fffffff;
+        return int(mag == 0) * kMetZero | int(b < 0 && mag != 0 && mag <= kFloatInfBits) * kMetNegative;
+    }
     Zkr32f operator()(Zkr32f x) const {
-        const bool zero = x == 0.0f;
-        const bool negative = x < 0.0f;
-        const bool regular = x > 0.0f && x < std::numeric_limits<float>::infinity();
-        const auto v = Zkr32f(lnCore(regular ? double(x) : 1.0));
+        const std::int32_t b = fbits(x);
+        const std::int32_t mag = b & 0x7fffffff;
+        const bool nan = mag > kFloatInfBits;
+        const bool zero = mag == 0;
+        const bool negative = b < 0 && !zero && !nan;
+        const bool denormal = b > 0 && b < 0x00800000;
+        const bool regular = b >= 0x00800000 && b < kFloatInfBits;
+        const double fromDenormal = double(b) * 0x1p-149;
+        const double arg = denormal ? fromDenormal : double(ffrom(regular ? b : kFloatOneBits));
+        const auto v = Zkr32f(lnCore(arg));
         const float special = zero ? -std::numeric_limits<float>::infinity()
-                                   : (negative ? std::numeric_limits<float>::quiet_NaN() : x);  // +inf, NaN
-        return regular ? v : special;
+                              : negative ? std::numeric_limits<float>::quiet_NaN()
+                              : nan ? ffrom(b | kFloatQuietBit)
+                                    : x;  // +inf
+        return regular || denormal ? v : special;
     }
 };
 
