@@ -3,12 +3,18 @@
 // border supplies the mask's neighbours, masks of every shape the kernels treat apart (1x1, the
 // 3-element and 3x3 networks, even and odd, wide and tall) with anchors at the centre and the
 // corners, in-place forms, thread splits, rounding and range edges, and every argument error.
+// Float sources are the hostile fills (NaN, infinities, zeros of both signs, denormals, 1e-30 to
+// 1e30 of both signs): a non-finite value reaches exactly the windows that hold it, means stay
+// within an ulp of a plain double sum over each window, and Max, Min and Median follow the total
+// order the family's page gives.
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <map>
 #include <type_traits>
 
 #include "family_support.h"
+#include "float_fills.h"
 #include "test_support.h"
 
 #define ZKR_TABLE "filterbox/filterbox.tbl"
@@ -98,25 +104,41 @@ const std::vector<FamilyCase>& familyCases() {
     return cases;
 }
 
-// Values over the whole range for integers; floats within +-1000 so that window sums stay exact
-// enough for a tight tolerance.
+// Values over the whole range for integers, the hostile fills for floats.
 template <class S> void fillValues(std::vector<S>& v, std::mt19937& rng) {
     if constexpr (std::is_floating_point_v<S>) {
-        std::uniform_real_distribution<float> d(-1000.0f, 1000.0f);
-        for (S& x : v) x = d(rng);
+        floats::fillHostile(v, rng, 0.01);
     } else {
         std::uniform_int_distribution<int> d(std::numeric_limits<S>::min(), std::numeric_limits<S>::max());
         for (S& x : v) x = S(d(rng));
     }
 }
 
+// The order of Max, Min and Median: -0 below +0, NaN above everything (Median), and any NaN in
+// the window gives NaN (Max, Min); integers by value.
+template <class S> bool ranksBelow(S a, S b) {
+    if constexpr (std::is_floating_point_v<S>) {
+        if (std::isnan(a) || std::isnan(b)) return !std::isnan(a);
+        return a < b || (a == b && std::signbit(a) && !std::signbit(b));
+    } else {
+        return a < b;
+    }
+}
+
+template <class S> bool holdsNaN(const std::vector<S>& w) {
+    if constexpr (std::is_floating_point_v<S>) return std::any_of(w.begin(), w.end(), [](S v) { return v != v; });
+    else return false;
+}
+
 // The reference result of one component from its window of values.
 template <class S> S reference(Op op, std::vector<S> w) {
     switch (op) {
-        case Op::Max: return *std::max_element(w.begin(), w.end());
-        case Op::Min: return *std::min_element(w.begin(), w.end());
+        case Op::Max: return *std::max_element(w.begin(), w.end(), ranksBelow<S>);
+        case Op::Min:
+            if (holdsNaN(w)) return std::numeric_limits<S>::quiet_NaN();
+            return *std::min_element(w.begin(), w.end(), ranksBelow<S>);
         case Op::Median:
-            std::sort(w.begin(), w.end());
+            std::sort(w.begin(), w.end(), ranksBelow<S>);
             return w[(w.size() - 1) / 2];
         default: break;
     }
@@ -132,6 +154,11 @@ template <class S> S reference(Op op, std::vector<S> w) {
         if (sum % area != 0 && sum < 0) --q;  // floor division
         return S(q);
     }
+}
+
+// The same bits (NaN compares unequal to itself).
+template <class S> bool identical(const std::vector<S>& a, const std::vector<S>& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(S)) == 0;
 }
 
 struct Mask {
@@ -172,20 +199,29 @@ template <class S> struct Call {
         return a;
     }
 
-    // Component c of pixel (x, y) from the original source.
-    S expected(const Plane<S>& original, int x, int y, int c) const {
+    // The window of component c of pixel (x, y) in the original source.
+    std::vector<S> window(const Plane<S>& original, int x, int y, int c) const {
         std::vector<S> w;
         const int ch = fc->channels;
         for (int j = 0; j < mask.size.height; ++j)
             for (int i = 0; i < mask.size.width; ++i)
                 w.push_back(original.at(y - mask.anchor.y + j, (x - mask.anchor.x + i) * ch + c));
-        return reference<S>(fc->op, std::move(w));
+        return w;
     }
 
-    bool close(S got, S want) const {
+    // Floats: a NaN or infinite result exactly where the reference has one; a finite mean within an
+    // ulp of the reference plus the double sum's own rounding (2^-50 of the window's mean magnitude,
+    // which matters only where large values of both signs cancel); Max, Min and Median the bits.
+    bool close(S got, S want, const std::vector<S>& w) const {
         if constexpr (std::is_floating_point_v<S>) {
-            if (fc->op != Op::Box) return sameBits(got, want);
-            return std::fabs(double(got) - double(want)) <= 1e-4;  // window sums of values within +-1000
+            if (std::isnan(want)) return std::isnan(got);
+            if (fc->op != Op::Box || !std::isfinite(want)) return sameBits(got, want);
+            if (!std::isfinite(got)) return false;
+            double magnitude = 0;
+            for (S v : w) magnitude += std::fabs(double(v));
+            magnitude /= double(w.size());
+            const double ulp = double(std::nextafter(std::fabs(want), floats::kInf)) - std::fabs(double(want));
+            return std::fabs(double(got) - double(want)) <= ulp + std::ldexp(magnitude, -50);
         } else {
             return got == want;
         }
@@ -208,8 +244,16 @@ template <class S> struct Call {
             for (int x = 0; x < out.width && mismatches < 5; ++x) {
                 for (int c = 0; c < fc->channels; ++c) {
                     const S got = out.at(y, x * fc->channels + c);
-                    const S want = c < fc->active() ? expected(original, x, y, c) : before.at(y, x * fc->channels + c);
-                    if (!close(got, want)) {
+                    if (c >= fc->active()) {
+                        if (!sameBits(got, before.at(y, x * fc->channels + c))) {
+                            ADD_FAILURE() << "pixel (" << x << "," << y << ") alpha written";
+                            ++mismatches;
+                        }
+                        continue;
+                    }
+                    const std::vector<S> w = window(original, x, y, c);
+                    const S want = reference<S>(fc->op, w);
+                    if (!close(got, want, w)) {
                         ADD_FAILURE() << "pixel (" << x << "," << y << ") channel " << c << ": got " << +got
                                       << ", want " << +want;
                         ++mismatches;
@@ -218,7 +262,7 @@ template <class S> struct Call {
             }
         }
         if (fc->form == Form::Filter) {
-            EXPECT_TRUE(src.data == original.data) << "source modified";
+            EXPECT_TRUE(identical(src.data, original.data)) << "source modified";
         }
     }
 };
@@ -270,7 +314,7 @@ template <class S> void checkThreadSplits(const FamilyCase& fc) {
                 single = call.target().data;
             } else {
                 ASSERT_EQ(call.fc->call(call.args()), zkrStsNoErr);
-                EXPECT_TRUE(call.target().data == single) << "result depends on the thread split";
+                EXPECT_TRUE(identical(call.target().data, single)) << "result depends on the thread split";
             }
         }
         checkReference = false;
@@ -286,7 +330,7 @@ template <class S> void checkStatusCodes(const FamilyCase& fc) {
     const std::vector<S> dstBefore = call.target().data;
     auto expectStatus = [&](const CallArgs& a, ZkrStatus want, const char* what) {
         EXPECT_EQ(fc.call(a), want) << what;
-        EXPECT_TRUE(call.target().data == dstBefore) << what << ": destination written on error";
+        EXPECT_TRUE(identical(call.target().data, dstBefore)) << what << ": destination written on error";
     };
     const bool inPlace = fc.form == Form::FilterInPlace;
     CallArgs a = good;
@@ -435,6 +479,118 @@ TEST_F(FilterBoxEdges, ConstantImagesStayConstant) {
         ASSERT_EQ(zkriFilterMedian_16s_C1R(src.data() + 20 * 2 + 2, 40, dst.data(), 20, {10, 10}, {5, 5}, {2, 2}),
                   zkrStsNoErr);
         EXPECT_TRUE(std::all_of(dst.begin(), dst.end(), [](Zkr16s x) { return x == -32768; }));
+    });
+}
+
+// ---- float edges --------------------------------------------------------------------------------
+
+const FamilyCase* const* boxFloatCases() {
+    static std::vector<const FamilyCase*> list = [] {
+        std::vector<const FamilyCase*> v;
+        for (const FamilyCase& c : familyCases())
+            if (c.comp == CompType::F32 && c.op == Op::Box) v.push_back(&c);
+        v.push_back(nullptr);
+        return v;
+    }();
+    return list.data();
+}
+
+// One NaN, +inf or -inf source pixel of a 40x12 ROI (3x3 mask, anchor (1, 1), values in
+// [0.5, 1.5)) makes exactly the nine means whose windows hold it non-finite, on every level and
+// for every 32f Box function, in place or not; the other means are those of the reference.
+TEST_F(FilterBoxEdges, NonFiniteFloatReachesOnlyTheWindowsThatHoldIt) {
+    const Mask m{{3, 3}, {1, 1}};
+    for (const FamilyCase* const* fc = boxFloatCases(); *fc; ++fc) {
+        SCOPED_TRACE((*fc)->name);
+        for (float bad : {std::numeric_limits<float>::quiet_NaN(), floats::kInf, -floats::kInf}) {
+            SCOPED_TRACE(testing::Message() << "bad pixel " << bad);
+            forEachLevel([&](const Level&) {
+                std::mt19937 rng(17);
+                Call<float> call(**fc, 40, 12, m, false, rng);
+                std::uniform_real_distribution<float> d(0.5f, 1.5f);
+                for (float& v : call.src.data) v = d(rng);
+                const int ch = (*fc)->channels;
+                for (int c = 0; c < ch; ++c) call.src.roi()[std::size_t(6) * call.src.stride + 2 * ch + c] = bad;
+                call.runAndCheck();
+                int nonFinite = 0;
+                for (int y = 0; y < 12; ++y)
+                    for (int i = 0; i < 40 * ch; ++i)
+                        nonFinite += (i % ch < (*fc)->active()) && !std::isfinite(call.target().at(y, i));
+                EXPECT_EQ(nonFinite, 9 * (*fc)->active());
+            });
+            if (testing::Test::HasFailure()) return;
+        }
+    }
+}
+
+// Values near 1e7 in the 12 left source columns and near 1e-3 elsewhere: the means of windows that
+// hold only small values are within an ulp of a plain double sum over the window, however large
+// the values that came before them in the row or the column.
+TEST_F(FilterBoxEdges, FloatMeansKeepTheirPrecisionBesideLargeValues) {
+    for (const FamilyCase* const* fc = boxFloatCases(); *fc; ++fc) {
+        SCOPED_TRACE((*fc)->name);
+        for (const Mask& m : {Mask{{3, 3}, {1, 1}}, Mask{{7, 5}, {6, 0}}, Mask{{1, 9}, {0, 4}}}) {
+            forEachLevel([&](const Level&) {
+                std::mt19937 rng(23);
+                Call<float> call(**fc, 40, 12, m, true, rng);
+                std::uniform_real_distribution<float> d(1.0f, 2.0f);
+                const int ch = (*fc)->channels;
+                for (int y = -m.anchor.y; y < 12 + m.size.height - 1 - m.anchor.y; ++y)
+                    for (int x = -m.anchor.x; x < 40 + m.size.width - 1 - m.anchor.x; ++x)
+                        for (int c = 0; c < ch; ++c)
+                            call.src.roi()[std::ptrdiff_t(y) * call.src.stride + x * ch + c] =
+                                d(rng) * (x + m.anchor.x < 12 ? 1e7f : 1e-3f);
+                call.runAndCheck();
+            });
+            if (testing::Test::HasFailure()) return;
+        }
+    }
+}
+
+// The hostile fills on an image the library splits: one and two threads give the reference and
+// the same bits, Max, Min and Median included.
+TEST_F(FilterBoxEdges, HostileFloatsOnOneAndTwoThreads) {
+    forEachCase(familyCases(), [](const FamilyCase& c) { return c.comp == CompType::F32; }, [](const FamilyCase& c) {
+        forEachLevel([&](const Level&) {
+            std::mt19937 rng(8);
+            const Call<float> original(c, kSplitSize.width, kSplitSize.height, Mask{{3, 3}, {1, 1}}, true, rng);
+            std::vector<float> single;
+            for (int threads : {1, 2}) {
+                SCOPED_TRACE(testing::Message() << threads << " threads");
+                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+                Call<float> call = original;
+                call.runAndCheck();
+                if (threads == 1) single = call.target().data;
+                else EXPECT_TRUE(identical(call.target().data, single)) << "result depends on the thread split";
+            }
+        });
+    });
+}
+
+// The float filters raise no floating-point flag on finite, normal data but inexact (the means'
+// rounding), and Max, Min and Median none at all, whatever the data: they only compare bit
+// patterns. NaN, infinities and denormals may make the means raise invalid (inf - inf within one
+// window), denormal-operand and underflow.
+TEST_F(FilterBoxEdges, FloatFlags) {
+    forEachCase(familyCases(), [](const FamilyCase& c) { return c.comp == CompType::F32; }, [](const FamilyCase& c) {
+        forEachLevel([&](const Level&) {
+            for (bool hostile : {false, true}) {
+                std::mt19937 rng(3);
+                Call<float> call(c, 37, 6, Mask{{3, 3}, {1, 1}}, true, rng);
+                if (!hostile) {
+                    std::uniform_real_distribution<float> d(-1000.0f, 1000.0f);
+                    for (float& v : call.src.data) v = d(rng);
+                }
+                const CallArgs a = call.args();
+                const unsigned got = floats::flagsOf([&] { EXPECT_EQ(c.call(a), zkrStsNoErr); });
+                const unsigned allowed = c.op != Op::Box ? 0u
+                                         : hostile ? floats::kInexact | floats::kInvalid | floats::kDenormal |
+                                                         floats::kUnderflow
+                                                   : floats::kInexact;
+                EXPECT_EQ(got & ~allowed, 0u) << (hostile ? "hostile" : "normal") << " data raised "
+                                              << floats::flagNames(got);
+            }
+        });
     });
 }
 

@@ -4,12 +4,20 @@
 // level's namespace and work buffers come from malloc, so no template
 // instantiation is shared between levels.
 //
-// Box:    running sums: column sums over the mask height are updated by one
-//         row in and one row out per output row, then a horizontal prefix sum
-//         gives every window sum by one subtraction; the cost does not depend
-//         on the mask size.
+// Box:    integers by running sums: column sums over the mask height are
+//         updated by one row in and one row out per output row, then a
+//         horizontal prefix sum gives every window sum by one subtraction; the
+//         cost does not depend on the mask size. These sums are exact. 32f sums
+//         each window in double from its own values only (column sums over the
+//         mask height, then sums of mask-width column sums), so a NaN or an
+//         infinity reaches exactly the windows that hold it, and a window's
+//         rounding error is that of its own values, whatever came before in
+//         the row or the column; the cost grows with mask width plus height.
 // Max/Min: separable: a row pass over the mask width into a ring of the
 //         last mask-height rows, then a column pass over the ring.
+// Floats are ordered by their bit patterns (orderKey): -0 below +0, NaN above
+// every number for Max and Median and below for Min, so a NaN in a window
+// gives NaN for Max and Min; no floating-point operation, so no flag raised.
 // Median: 3-element masks by min/max, 3x3 by a 19-exchange sorting network
 //         (both vectorised across the row); other masks up to 8x8 by a
 //         selection network (a sorting network pruned to the median's
@@ -74,11 +82,29 @@ template <class T> ZKR_NOINLINE void copyInto(T* __restrict to, const T* __restr
     for (int i = 0; i < n; ++i) to[i] = from[i];
 }
 
+// ---- float order ------------------------------------------------------------------
+
+// A float's rank as a signed integer: negative floats reversed below the positive ones, -0 just
+// below +0; NaN (of either sign) above +inf when highNaN, below -inf otherwise. The map from a
+// number's bits to its key is its own inverse.
+template <bool highNaN> inline std::int32_t orderKey(float v) {
+    std::int32_t b = __builtin_bit_cast(std::int32_t, v);
+    const bool nan = (b & 0x7fffffff) > 0x7f800000;
+    b = nan ? (highNaN ? (b & 0x7fffffff) : std::int32_t(std::uint32_t(b) | 0x80000000u)) : b;
+    return b ^ ((b >> 31) & 0x7fffffff);
+}
+
+// a below b in the order of Max and Median.
+template <class T> inline bool below(T a, T b) {
+    if constexpr (std::is_same_v<T, Zkr32f>) return orderKey<true>(a) < orderKey<true>(b);
+    else return a < b;
+}
+
 // ---- Box ------------------------------------------------------------------------
 
 // Window sums: integers as unsigned 32-bit values of the element moved to be
 // non-negative (sums of at most kMaxMaskArea elements stay below 2^32, and the
-// prefix sums may wrap: their differences are exact modulo 2^32); 32f in double.
+// prefix sums may wrap: their differences are exact modulo 2^32).
 template <class T> struct BoxTraits {
     using A = std::uint32_t;
     static constexpr std::uint32_t bias = 0;
@@ -87,13 +113,8 @@ template <> struct BoxTraits<Zkr16s> {
     using A = std::uint32_t;
     static constexpr std::uint32_t bias = 32768;
 };
-template <> struct BoxTraits<Zkr32f> {
-    using A = double;
-};
-
 template <class T> inline typename BoxTraits<T>::A boxKey(T v) {
-    if constexpr (std::is_same_v<T, Zkr32f>) return double(v);
-    else return std::uint32_t(std::int32_t(v) + std::int32_t(BoxTraits<T>::bias));
+    return std::uint32_t(std::int32_t(v) + std::int32_t(BoxTraits<T>::bias));
 }
 
 template <class T, class A>
@@ -117,15 +138,59 @@ template <class A> ZKR_NOINLINE void prefixSums(A* __restrict p, const A* __rest
 // ((n + 0.5) / area is never within the product's rounding error of an integer).
 template <class T, class A>
 ZKR_NOINLINE void boxMeans(T* __restrict out, const A* __restrict p, int n, int w, double inv, std::uint32_t half) {
-    if constexpr (std::is_same_v<T, Zkr32f>) {
-        for (int i = 0; i < n; ++i) out[i] = float((p[i + w] - p[i]) * inv);
-    } else {
-        constexpr std::int32_t bias = std::int32_t(BoxTraits<T>::bias);
-        for (int i = 0; i < n; ++i) {
-            const std::uint32_t s = p[i + w] - p[i] + half;
-            out[i] = T(std::int32_t((double(s) + 0.5) * inv) - bias);
-        }
+    constexpr std::int32_t bias = std::int32_t(BoxTraits<T>::bias);
+    for (int i = 0; i < n; ++i) {
+        const std::uint32_t s = p[i + w] - p[i] + half;
+        out[i] = T(std::int32_t((double(s) + 0.5) * inv) - bias);
     }
+}
+
+// 32f: every window summed in double from its own values.
+ZKR_NOINLINE void columnStart(double* __restrict col, const Zkr32f* __restrict in, int n) {
+    for (int i = 0; i < n; ++i) col[i] = double(in[i]);
+}
+ZKR_NOINLINE void columnAdd(double* __restrict col, const Zkr32f* __restrict in, int n) {
+    for (int i = 0; i < n; ++i) col[i] += double(in[i]);
+}
+// out[i] = (col[i] + col[i + ch] + ... + col[i + (w - 1) ch]) * inv, summed in that order.
+ZKR_NOINLINE void windowMeans(Zkr32f* __restrict out, double* __restrict acc, const double* __restrict col, int n,
+                              int w, int ch, double inv) {
+    for (int i = 0; i < n; ++i) acc[i] = col[i];
+    for (int m = 1; m < w; ++m) {
+        const double* __restrict c = col + m * ch;
+        for (int i = 0; i < n; ++i) acc[i] += c[i];
+    }
+    for (int i = 0; i < n; ++i) out[i] = Zkr32f(acc[i] * inv);
+}
+
+bool boxRowsFloat(const FilterJob& j, int y0, int y1) {
+    const int ch = j.channels;
+    const int cols = (j.width + j.maskW - 1) * ch;
+    const int n = j.width * ch;
+    const bool direct = j.active == ch;
+    Scratch<double> col{std::size_t(cols)}, acc{std::size_t(n)};
+    Scratch<Zkr32f> line{direct ? std::size_t(0) : std::size_t(n)};
+    // In place, the rows of the window are kept in a ring, as for the integer types.
+    Scratch<Zkr32f> ring{j.inPlace ? std::size_t(j.maskH) * std::size_t(cols) : std::size_t(0)};
+    if (!col || !acc || !line || !ring) return false;
+    auto slot = [&](int k) { return ring.get() + std::size_t(k % j.maskH) * std::size_t(cols); };
+    if (j.inPlace)
+        for (int r = 0; r < j.maskH - 1; ++r) copyInto(slot(r), srcRow<Zkr32f>(j, y0 - j.anchorY + r), cols);
+    const double inv = 1.0 / (double(j.maskW) * double(j.maskH));
+    for (int y = y0; y < y1; ++y) {
+        const int k0 = y - y0;  // ring index of the window's first row
+        if (j.inPlace) copyInto(slot(k0 + j.maskH - 1), srcRow<Zkr32f>(j, y - j.anchorY + j.maskH - 1), cols);
+        for (int r = 0; r < j.maskH; ++r) {
+            const Zkr32f* in = j.inPlace ? slot(k0 + r) : srcRow<Zkr32f>(j, y - j.anchorY + r);
+            if (r == 0) columnStart(col.get(), in, cols);
+            else columnAdd(col.get(), in, cols);
+        }
+        Zkr32f* d = dstRow<Zkr32f>(j, y);
+        Zkr32f* out = direct ? d : line.get();
+        windowMeans(out, acc.get(), col.get(), n, j.maskW, ch, inv);
+        if (!direct) storeRow(j, line.get(), d);
+    }
+    return true;
 }
 
 template <class T> bool boxRows(const FilterJob& j, int y0, int y1) {
@@ -174,8 +239,17 @@ template <class T> bool boxRows(const FilterJob& j, int y0, int y1) {
 // ---- Max / Min ------------------------------------------------------------------
 
 template <bool isMax, class T> inline T pick(T a, T b) {
-    if constexpr (isMax) return a < b ? b : a;
-    else return b < a ? b : a;
+    if constexpr (std::is_same_v<T, Zkr32f>) {
+        // The result is built from the winning key, so two NaNs that differ only in their sign
+        // (equal keys) give the same bits whichever comes first: the ring's row order depends on
+        // where a band starts.
+        const std::int32_t ka = orderKey<isMax>(a), kb = orderKey<isMax>(b);
+        const std::int32_t k = isMax ? (ka < kb ? kb : ka) : (kb < ka ? kb : ka);
+        return __builtin_bit_cast(Zkr32f, k ^ ((k >> 31) & 0x7fffffff));
+    } else {
+        if constexpr (isMax) return a < b ? b : a;
+        else return b < a ? b : a;
+    }
 }
 
 template <bool isMax, class T>
@@ -218,16 +292,18 @@ template <class T, bool isMax> bool extremeRows(const FilterJob& j, int y0, int 
 // ---- Median ---------------------------------------------------------------------
 
 template <class T> inline void order(T& a, T& b) {
-    const T lo = b < a ? b : a;
-    const T hi = b < a ? a : b;
+    const bool swap = below(b, a);
+    const T lo = swap ? b : a;
+    const T hi = swap ? a : b;
     a = lo;
     b = hi;
 }
 
 template <class T> inline T median3(T a, T b, T c) {
-    const T lo = b < a ? b : a, hi = b < a ? a : b;
-    const T m = c < hi ? c : hi;
-    return m < lo ? lo : m;
+    const bool swap = below(b, a);
+    const T lo = swap ? b : a, hi = swap ? a : b;
+    const T m = below(c, hi) ? c : hi;
+    return below(m, lo) ? lo : m;
 }
 
 // Median of three consecutive elements `stride` apart, for every component.
@@ -263,8 +339,8 @@ template <class T> T selectRank(T* a, int n, int k) {
         const T pivot = median3(a[lo], a[lo + (hi - lo) / 2], a[hi]);
         int i = lo, j = hi;
         while (i <= j) {
-            while (a[i] < pivot) ++i;
-            while (pivot < a[j]) --j;
+            while (below(a[i], pivot)) ++i;
+            while (below(pivot, a[j])) --j;
             if (i <= j) {
                 const T t = a[i];
                 a[i] = a[j];
@@ -426,8 +502,9 @@ int medianNetwork(int area, Exchange* out, int& medianSlot) {
 template <class T> ZKR_NOINLINE void exchangeLanes(T* __restrict lo, T* __restrict hi, int lanes) {
     for (int l = 0; l < lanes; ++l) {
         const T a = lo[l], b = hi[l];
-        lo[l] = b < a ? b : a;
-        hi[l] = b < a ? a : b;
+        const bool swap = below(b, a);
+        lo[l] = swap ? b : a;
+        hi[l] = swap ? a : b;
     }
 }
 
@@ -507,7 +584,8 @@ template <class T> bool medianRows(const FilterJob& j, int y0, int y1) {
 // ---- the level's table --------------------------------------------------------------
 
 template <class T> constexpr void fillType(Kernels& ks, FType t) {
-    ks.filter[int(t)][int(Fop::Box)] = [](const FilterJob& j, int y0, int y1) { return boxRows<T>(j, y0, y1); };
+    if constexpr (std::is_same_v<T, Zkr32f>) ks.filter[int(t)][int(Fop::Box)] = &boxRowsFloat;
+    else ks.filter[int(t)][int(Fop::Box)] = [](const FilterJob& j, int y0, int y1) { return boxRows<T>(j, y0, y1); };
     ks.filter[int(t)][int(Fop::Max)] = [](const FilterJob& j, int y0, int y1) {
         return extremeRows<T, true>(j, y0, y1);
     };
