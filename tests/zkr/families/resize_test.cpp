@@ -3,9 +3,13 @@
 // down and up factors and source ROIs inside larger images; exact results where
 // a mode defines them (nearest neighbour, factor one, constant images), a bound
 // on the error otherwise; untouched alpha and padding, thread splits, and every
-// argument error.
+// argument error. Float sources also get the hostile fills: a NaN or an
+// infinity reaches exactly the destination pixels whose taps of non-zero weight
+// hold it, and finite values of any magnitude stay within float rounding of
+// the weighted sum.
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -13,6 +17,7 @@
 #include <vector>
 
 #include "family_support.h"
+#include "float_fills.h"
 #include "test_support.h"
 
 #define ZKR_TABLE "resize/resize.tbl"
@@ -407,6 +412,160 @@ TEST_F(ResizeFamily, Yuv422OddWidthsGiveTheWarning) {
         EXPECT_EQ(c.call(r.bag(0.5, 1.0, ZKRI_INTER_NN)), zkrStsDoubleSize);
         Scene<Zkr8u> narrow(c, {12, 4}, {0, 0, 12, 4}, {1, 4}, rng);
         EXPECT_EQ(c.call(narrow.bag(0.5, 1.0, ZKRI_INTER_NN)), zkrStsSizeErr);
+    });
+}
+
+// ---- float edges ------------------------------------------------------------------------
+
+// The weighted sum of the taps of non-zero weight in double (a tap of weight zero does not count,
+// so it cannot turn an infinity into NaN), and the sum of their finite magnitudes.
+struct Weighted {
+    double value = 0, magnitude = 0;
+    bool nearLimit = false;  // a tap within cubic overshoot of the float range
+};
+Weighted weightedSum(const Scene<float>& s, int p, int x, int y, int c, double xf, double yf, int mode) {
+    const Taps tx = refTaps(mode, x, s.roi.width, xf), ty = refTaps(mode, y, s.roi.height, yf);
+    Weighted r;
+    for (const auto& [iy, wy] : ty)
+        for (const auto& [ix, wx] : tx) {
+            if (wy == 0.0 || wx == 0.0) continue;
+            const double v = double(s.src[p].at(s.roi.x + ix, s.roi.y + iy, c));
+            r.value += wy * wx * v;
+            r.magnitude += std::isfinite(v) ? std::fabs(v) : 0.0;
+            r.nearLimit = r.nearLimit || (std::isfinite(v) && std::fabs(v) > 1e38);
+        }
+    return r;
+}
+
+// Floats against the weighted sum: NaN where it is NaN, the same infinity where it is infinite
+// (or beyond the float range), and within 2^-17 of the taps' magnitudes elsewhere (float weights
+// and the difference form lose a few ulps of the largest tap, never more). Taps beyond 1e38 may
+// overflow the float row between the passes (the cubic overshoots by up to 1.3): there an
+// infinity or NaN is accepted too. Returns the number of non-finite destination components.
+int checkFloats(const ResizeCase& c, Scene<float>& s, double xf, double yf, int mode) {
+    const int active = c.alpha ? 3 : c.channels;
+    int nonFinite = 0;
+    for (int p = 0; p < c.planes; ++p)
+        for (int y = 0; y < s.dstSize.height; ++y)
+            for (int x = 0; x < s.dstSize.width; ++x)
+                for (int ch = 0; ch < active; ++ch) {
+                    const float got = s.dst[p].at(x, y, ch);
+                    const Weighted want = weightedSum(s, p, x, y, ch, xf, yf, mode);
+                    nonFinite += !std::isfinite(got);
+                    bool ok;
+                    if (std::isnan(want.value)) ok = std::isnan(got);
+                    else if (std::fabs(want.value) > std::numeric_limits<float>::max())
+                        ok = (std::isinf(got) || std::fabs(got) == std::numeric_limits<float>::max()) &&
+                             std::signbit(got) == std::signbit(want.value);
+                    else if (!std::isfinite(got))
+                        ok = want.nearLimit;
+                    else
+                        ok = std::fabs(double(got) - want.value) <= std::ldexp(want.magnitude, -17) + 1e-42;
+                    if (!ok) {
+                        ADD_FAILURE() << "mode " << mode << " factors " << xf << "x" << yf << " pixel " << x << ","
+                                      << y << " channel " << ch << " plane " << p << ": got " << got << ", want "
+                                      << want.value;
+                        return nonFinite;
+                    }
+                }
+    return nonFinite;
+}
+
+bool isFloatCase(const ResizeCase& c) { return c.elem == Elem::F32; }
+
+// One +inf (or NaN, or -inf) pixel in a 12x10 image of values in [0.5, 1.5), every 32f function on
+// every level: Linear and Cubic give +inf, NaN or the weighted average exactly by the taps that
+// count; factor one returns the source bits (the bad pixel and its neighbours included), and
+// supersampling up by two repeats the bad pixel over its 2x2 destination pixels only.
+TEST_F(ResizeFamily, NonFiniteFloatReachesOnlyThePixelsThatWeighIt) {
+    const float inf = std::numeric_limits<float>::infinity();
+    forEachLevel([&](const Level&) {
+        forEachCase(familyCases(), isFloatCase, [&](const ResizeCase& c) {
+            for (float bad : {inf, -inf, std::numeric_limits<float>::quiet_NaN()}) {
+                for (int mode : {ZKRI_INTER_LINEAR, ZKRI_INTER_CUBIC, ZKRI_INTER_SUPER})
+                    for (double f : {1.0, 2.0, 0.5, 3.0}) {
+                        std::mt19937 rng(12);
+                        Scene<float> s(c, {12, 10}, {0, 0, 12, 10}, scaled({0, 0, 12, 10}, f, f, false), rng);
+                        std::uniform_real_distribution<float> d(0.5f, 1.5f);
+                        for (auto& im : s.src)
+                            for (float& v : im.data) v = d(rng);
+                        for (auto& im : s.src)
+                            for (int ch = 0; ch < c.channels; ++ch) im.at(4, 3, ch) = bad;
+                        ASSERT_EQ(c.call(s.bag(f, f, mode)), zkrStsNoErr);
+                        const int nonFinite = checkFloats(c, s, f, f, mode);
+                        if (testing::Test::HasFailure()) return;
+                        const int active = (c.alpha ? 3 : c.channels) * c.planes;
+                        if (f == 1.0) {
+                            for (int p = 0; p < c.planes; ++p)
+                                for (int y = 0; y < 10; ++y)
+                                    for (int x = 0; x < 12; ++x)
+                                        for (int ch = 0; ch < (c.alpha ? 3 : c.channels); ++ch)
+                                            ASSERT_TRUE(sameBits(s.dst[p].at(x, y, ch), s.src[p].at(x, y, ch)))
+                                                << "factor one, mode " << mode << " at " << x << "," << y;
+                        }
+                        if (f == 2.0 && mode != ZKRI_INTER_CUBIC) {
+                            EXPECT_EQ(nonFinite, (mode == ZKRI_INTER_SUPER ? 4 : 16) * active);
+                        }
+                    }
+            }
+        });
+    });
+}
+
+// The hostile fills (NaN, infinities, zeros of both signs, denormals, 1e-30 to 1e30 of both signs)
+// in every mode at factors down, up and one, on one and two threads: the weighted sums, and the
+// same bits from both splits.
+TEST_F(ResizeFamily, HostileFloatFillsOnOneAndTwoThreads) {
+    const double factors[][2] = {{1.0, 1.0}, {2.0, 2.0}, {0.5, 0.5}, {0.75, 1.5}, {1.0 / 3.0, 0.4}, {3.0, 1.0}};
+    forEachLevel([&](const Level&) {
+        forEachCase(familyCases(), isFloatCase, [&](const ResizeCase& c) {
+            for (int mode : kModes)
+                for (const auto& f : factors) {
+                    std::mt19937 rng(41);
+                    const ZkriRect roi{1, 2, 150, 90};
+                    Scene<float> one(c, {153, 93}, roi, scaled(roi, f[0], f[1], false), rng);
+                    for (auto& im : one.src) floats::fillHostile(im.data, rng, 0.002);
+                    Scene<float> two = one;
+                    ASSERT_EQ(zkrSetNumThreads(1), zkrStsNoErr);
+                    ASSERT_EQ(c.call(one.bag(f[0], f[1], mode)), zkrStsNoErr);
+                    checkFloats(c, one, f[0], f[1], mode);
+                    if (testing::Test::HasFailure()) return;
+                    ASSERT_GE(zkrSetNumThreads(2), zkrStsNoErr);
+                    ASSERT_EQ(c.call(two.bag(f[0], f[1], mode)), zkrStsNoErr);
+                    for (int p = 0; p < c.planes; ++p)
+                        ASSERT_EQ(std::memcmp(one.dst[p].data.data(), two.dst[p].data.data(),
+                                              one.dst[p].data.size() * sizeof(float)),
+                                  0)
+                            << "mode " << mode << ": result depends on the thread split";
+                }
+        });
+    });
+}
+
+// Flags: finite data of moderate size raise inexact at most, and a lone infinity among it nothing
+// more (no inf - inf for a tap that does not count); NaN never raises invalid.
+TEST_F(ResizeFamily, FloatFlags) {
+    const float inf = std::numeric_limits<float>::infinity();
+    forEachLevel([&](const Level&) {
+        forEachCase(familyCases(), isFloatCase, [&](const ResizeCase& c) {
+            for (float bad : {1.0f, inf, -inf, std::numeric_limits<float>::quiet_NaN()})
+                for (int mode : kModes)
+                    for (double f : {1.0, 2.0, 0.5, 3.0, 0.75}) {
+                        std::mt19937 rng(2);
+                        Scene<float> s(c, {12, 10}, {0, 0, 12, 10}, scaled({0, 0, 12, 10}, f, f, false), rng);
+                        std::uniform_real_distribution<float> d(-1000.0f, 1000.0f);
+                        for (auto& im : s.src)
+                            for (float& v : im.data) v = d(rng);
+                        for (auto& im : s.src) im.at(4, 3, 0) = bad;
+                        const ResizeBag b = s.bag(f, f, mode);
+                        ZkrStatus st = zkrStsNoErr;
+                        const unsigned got = floats::flagsOf([&] { st = c.call(b); });
+                        EXPECT_EQ(st, zkrStsNoErr);
+                        EXPECT_EQ(got & ~floats::kInexact, 0u)
+                            << "mode " << mode << " factor " << f << " pixel " << bad << " raised "
+                            << floats::flagNames(got);
+                    }
+        });
     });
 }
 

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "checks.h"
@@ -60,12 +61,16 @@ void cubicWeights(double t, double w[4]) {
     w[3] = (0.5 * t - 0.5) * t * t;
 }
 
-// Destination coordinates 0..count-1 sampling `len` source coordinates scaled by `factor`.
-void buildAxis(Axis& a, int count, int len, double factor, int mode) {
+// Destination coordinates 0..count-1 sampling `len` source coordinates scaled by `factor`; the
+// base tap's weight (never zero) is stored with the others for the kernels' plain weighted sums.
+void buildAxisTaps(Axis& a, int count, int len, double factor, int mode) {
     switch (mode) {
         case ZKRI_INTER_NN:
             a.setTaps(count, 1);
-            for (int j = 0; j < count; ++j) a.idx[j] = clampIndex(std::floor((j + 0.5) / factor), len);
+            for (int j = 0; j < count; ++j) {
+                a.idx[j] = clampIndex(std::floor((j + 0.5) / factor), len);
+                a.w[j] = 1.0f;
+            }
             return;
         case ZKRI_INTER_LINEAR:
             a.setTaps(count, 2);
@@ -73,6 +78,7 @@ void buildAxis(Axis& a, int count, int len, double factor, int mode) {
                 const double s = (j + 0.5) / factor - 0.5, f = std::floor(s);
                 a.idx[2 * j] = clampIndex(f, len);
                 a.idx[2 * j + 1] = clampIndex(f + 1, len);
+                a.w[2 * j] = float(1.0 - (s - f));
                 a.w[2 * j + 1] = float(s - f);
             }
             return;
@@ -100,6 +106,7 @@ void buildAxis(Axis& a, int count, int len, double factor, int mode) {
                 float* w = &a.w[std::size_t(j) * taps];
                 if (hi - lo <= 0.0) {  // beyond the ROI: its last pixel
                     std::fill(idx, idx + taps, len - 1);
+                    w[0] = 1.0f;
                     continue;
                 }
                 const int first = std::min(int(std::floor(lo)), len - 1);
@@ -113,6 +120,28 @@ void buildAxis(Axis& a, int count, int len, double factor, int mode) {
             return;
         }
     }
+}
+
+// An axis whose taps beyond the base have weight zero for every destination coordinate (factor
+// one in any mode, supersampling up) samples one source pixel each: it becomes a one-tap axis, so
+// the kernels copy those values instead of weighting them (NaN, infinities and -0 included).
+void dropZeroTaps(Axis& a) {
+    const int taps = a.map.taps;
+    if (taps == 1) return;
+    for (int j = 0; j < a.map.count; ++j)
+        for (int k = 1; k < taps; ++k)
+            if (a.w[std::size_t(j) * taps + k] != 0.0f) return;
+    std::vector<int> idx(std::size_t(a.map.count));
+    for (int j = 0; j < a.map.count; ++j) idx[std::size_t(j)] = a.idx[std::size_t(j) * taps];
+    a.setTaps(a.map.count, 1);
+    a.idx = std::move(idx);
+    a.map.idx = a.idx.data();
+    std::fill(a.w.begin(), a.w.end(), 1.0f);
+}
+
+void buildAxis(Axis& a, int count, int len, double factor, int mode) {
+    buildAxisTaps(a, count, len, factor, mode);
+    dropZeroTaps(a);
 }
 
 bool knownMode(int mode) {

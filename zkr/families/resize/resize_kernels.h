@@ -6,8 +6,10 @@
 // ROI of each axis into an AxisMap; the kernels first combine the source rows
 // of a destination row into one float row (vertical pass), then sample that
 // row per destination column (horizontal pass). Both passes work in the
-// difference form  v = p[0] + sum_k w[k] * (p[k] - p[0]), so a constant image,
-// and any tap whose weight is zero, reproduce the source value exactly.
+// difference form  v = p[0] + sum_k w[k] * (p[k] - p[0]), so a constant image
+// reproduces the source value exactly; float values that are not finite are
+// handled apart (the kernels' careful pass), and an axis whose taps beyond the
+// base all weigh zero (factor one) has one tap, so it copies.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +24,8 @@ enum class EType : int { U8, U16, S16, F32, Count };
 
 // One axis: for destination coordinate j, source coordinates idx[j * taps + k]
 // (already clamped into the ROI, relative to its origin) with weights
-// w[j * taps + k]; w[j * taps] belongs to the base tap and is not read.
+// w[j * taps + k]; w[j * taps] is the base tap's weight (never zero), which
+// only the plain weighted sums of the careful float pass read.
 // The entry points own the arrays; the kernels (compiled with other code
 // generation flags) see plain pointers only.
 struct AxisMap {
