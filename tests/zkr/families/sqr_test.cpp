@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -20,29 +19,6 @@ namespace {
 using eltwise::Case;
 
 enum class Op { Sqr, Sqrt, Abs };
-
-template <class T>
-Case describe(const char* name, const char* form, const char* layout, const char* op,
-              ZkrStatus (*call)(const eltwise::Args&)) {
-    Case c = eltwise::describeRow<T>(name, form, layout, call);
-    const std::string o = op;
-    c.op = int(o == "Sqr" ? Op::Sqr : (o == "Sqrt" ? Op::Sqrt : Op::Abs));
-    c.sources = c.form.rfind("unary_i", 0) == 0 ? 0 : 1;
-    return c;
-}
-
-std::vector<Case> expandTable() {
-    std::vector<Case> cases;
-#define ZKR_FN(name, form, T, L, op) ZKRTEST_ELTWISE_ROW(describe, name, form, T, L, op)
-#include "sqr/sqr.tbl"
-#undef ZKR_FN
-    return cases;
-}
-
-const std::vector<Case>& familyCases() {
-    static const std::vector<Case> cases = expandTable();
-    return cases;
-}
 
 // ---- reference ----------------------------------------------------------------------
 
@@ -68,6 +44,10 @@ template <class S> S reference(Op op, S x, int sf) {
 }
 
 struct SqrModel {
+    using Types = eltwise::Types<Zkr8u, Zkr16u, Zkr16s, Zkr32f>;
+    static constexpr const char* columns[] = {"layout", "op"};
+    static constexpr const char* ops[] = {"Sqr", "Sqrt", "Abs"};
+
     template <class S>
     static S expected(const eltwise::Call<SqrModel, S>& call, const Plane<S>& before, int y, int i, int sf) {
         return reference<S>(Op(call.fc->op), call.input(before, y, i), sf);
@@ -112,32 +92,21 @@ template <class S> void checkEveryValue(const Case& fc) {
     }
 }
 
-class SqrFamily : public testing::WithParamInterface<const char*>, public LibraryStateTest {
-protected:
-    template <class Check> void walk(Check check) {
-        forEachCase(familyCases(), [&](const Case& c) { return c.form == GetParam(); }, check);
-    }
-};
-
-TEST_P(SqrFamily, MatchesReferenceOnEveryLevel) {
-    walk([](const Case& c) { eltwise::checkAgainstReference<SqrModel>(c); });
+std::vector<Case> sqrRows() {
+    std::vector<Case> cases;
+#define ZKR_FN(name, form, T, ...) ZKRTEST_ELTWISE_CASE(SqrModel, name, form, T, __VA_ARGS__)
+#include "sqr/sqr.tbl"
+#undef ZKR_FN
+    return cases;
 }
+
+ZKRTEST_ELTWISE_FORMS(SqrFamily, SqrModel, sqrRows);
+
 TEST_P(SqrFamily, EveryIntegerValue) {
     walk([](const Case& c) {
         withCompType<Zkr8u, Zkr16u, Zkr16s, Zkr32f>(c.comp, [&]<class S>() { checkEveryValue<S>(c); });
     });
 }
-TEST_P(SqrFamily, ThreadSplitsMatchSingleThread) {
-    walk([](const Case& c) { eltwise::checkThreadSplits<SqrModel>(c); });
-}
-TEST_P(SqrFamily, StatusCodes) {
-    walk([](const Case& c) { eltwise::checkStatusCodes<SqrModel>(c); });
-}
-
-std::string formParamName(const testing::TestParamInfo<const char*>& param) { return param.param; }
-
-INSTANTIATE_TEST_SUITE_P(Zkri, SqrFamily, testing::Values("unary", "unary_i", "unary_sfs", "unary_i_sfs"),
-                         formParamName);
 
 // ---- square roots of negative values ------------------------------------------
 
@@ -202,11 +171,11 @@ TEST_F(SqrtNegative, WarningSurvivesThreadSplit) {
 
 TEST(SqrFamilyTable, CountsPerBase) {
     std::map<Op, int> perOp;
-    for (const Case& c : familyCases()) {
+    for (const Case& c : SqrFamilyCases()) {
         ++perOp[Op(c.op)];
         EXPECT_EQ(c.hasScale, c.comp != CompType::F32 && Op(c.op) != Op::Abs) << c.name;
     }
-    eltwise::expectUniqueNames(familyCases());
+    eltwise::expectUniqueNames(SqrFamilyCases());
     EXPECT_EQ(perOp[Op::Sqr], 32);
     EXPECT_EQ(perOp[Op::Sqrt], 25);
     EXPECT_EQ(perOp[Op::Abs], 16);

@@ -1,26 +1,42 @@
-// The machinery of the element-wise family tests: each table row as a case,
-// the padded images of one call, and the checks every element-wise function
-// goes through (reference on every level with scale factors, thread splits,
-// argument errors). A family test supplies its cases' extra columns and a
-// reference model:
+// The machinery of the element-wise family tests: each table row as a case, the padded images of
+// one call, and the checks every element-wise function goes through (reference on every level with
+// scale factors, thread splits, argument errors), one test per call form. A family test declares
+// its reference model and expands its table through it:
 //
 //   struct Model {
+//       using Types = eltwise::Types<Zkr16s, Zkr32f>;      // component types the model covers
+//       static constexpr const char* columns[] = {"layout", "op"};  // the table's columns after T
+//       static constexpr const char* ops[] = {"Negate"};   // optional: values of the "op" column
 //       // Expected component i of row y; alpha channels are handled here.
 //       template <class S> static S expected(const Call<Model, S>&, const Plane<S>& before, int y, int i, int sf);
-//       // Optional: the status a call must return (default zkrStsNoErr).
-//       template <class S> static ZkrStatus expectedStatus(const Call<Model, S>&, const Plane<S>& before);
-//       // Optional: geometries, wideScaleFactors, shortScaleFactors, referenceSeed.
+//       // Optional: expectedStatus(call, before) (default zkrStsNoErr), describe(Case&) for the
+//       // family's own forms, Bag and bind(bag, args) for its own parameters, geometries,
+//       // wideScaleFactors, shortScaleFactors, referenceSeed.
 //   };
+//   std::vector<eltwise::Case> rows() {
+//       std::vector<eltwise::Case> cases;
+//   #define ZKR_FN(name, form, T, ...) ZKRTEST_ELTWISE_CASE(Model, name, form, T, __VA_ARGS__)
+//   #include "fam/fam.tbl"
+//   #undef ZKR_FN
+//       return cases;
+//   }
+//   ZKRTEST_ELTWISE_FORMS(FamFamily, Model, rows)   // the checks, one test per form of the table
+//
+// A row whose element type the model does not cover, whose columns are not the declared ones, or
+// whose op is not declared stops the build with one static assertion naming the row.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <climits>
 #include <cmath>
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -73,6 +89,8 @@ struct Case {
     int sources = 0;    // source images besides the destination (0, 1 or 2)
     int nval = 0;       // constant elements
     bool hasScale = false;
+    bool inPlace = false;
+    std::vector<std::string> columns;  // the row's columns after the element type, as written
     int channels = 1;   // channels per pixel in memory
     bool alpha = false; // AC4: fourth channel untouched
     CompType comp = CompType::U8;
@@ -99,6 +117,121 @@ template <class T> Case describeRow(const char* name, const char* form, const ch
     c.call = call;
     return c;
 }
+
+// ---- declared models ---------------------------------------------------------------------------
+
+// The component types a model covers (complex element types are covered by their parts' type).
+template <class... S> struct Types {};
+
+template <class Model, class T, class... S> constexpr bool coversIn(Types<S...>) {
+    return (std::is_same_v<typename Comp<T>::S, S> || ...);
+}
+template <class Model, class T> inline constexpr bool kCovers = coversIn<Model, T>(typename Model::Types{});
+
+// Column texts of a row ("C1, Sqr"), checked while compiling.
+constexpr bool isBlank(char ch) { return ch == ' ' || ch == '\t' || ch == '\n'; }
+consteval int columnCount(const char* text) {
+    int n = 1;
+    for (const char* p = text; *p; ++p) n += *p == ',';
+    return n;
+}
+// Column k of the text equals `word`.
+consteval bool columnIs(const char* text, int k, const char* word) {
+    const char* p = text;
+    for (; k > 0; ++p)
+        if (*p == ',') --k;
+    while (isBlank(*p)) ++p;
+    const char* w = word;
+    for (; *w; ++w, ++p)
+        if (*p != *w) return false;
+    while (isBlank(*p)) ++p;
+    return *p == ',' || *p == 0;
+}
+template <class Model> consteval int columnOf(const char* name) {
+    int i = 0;
+    for (const char* c : Model::columns) {
+        if (std::string_view(c) == name) return i;
+        ++i;
+    }
+    return -1;
+}
+// The row's "op" column is one of Model::ops (true when the model declares no ops).
+template <class Model> consteval bool knownOp(const char* text) {
+    if constexpr (!requires { Model::ops; }) {
+        return true;
+    } else {
+        const int k = columnOf<Model>("op");
+        if (k < 0) return false;
+        for (const char* op : Model::ops)
+            if (columnIs(text, k, op)) return true;
+        return false;
+    }
+}
+
+inline std::vector<std::string> splitColumns(const char* text) {
+    std::vector<std::string> out(1);
+    for (const char* p = text; *p; ++p) {
+        if (*p == ',') out.emplace_back();
+        else if (!isBlank(*p)) out.back() += *p;
+    }
+    return out;
+}
+
+// The operands of the library's standard forms, told by the form's name: unary, binary, const1
+// (one constant by value) and constN (one per channel), each with _i (in place) and _sfs (scaled).
+inline void describeForm(Case& c) {
+    const std::string f = c.form;
+    c.inPlace = f.find("_i") != std::string::npos;
+    const int extra = c.inPlace ? 0 : 1;
+    if (f.rfind("binary", 0) == 0) c.sources = 1 + extra;
+    else if (f.rfind("unary", 0) == 0 || f.rfind("const", 0) == 0) c.sources = extra;
+    if (f.rfind("const1", 0) == 0) c.nval = 1;
+    else if (f.rfind("constN", 0) == 0) c.nval = c.channels == 4 && !c.alpha ? 4 : 3;
+}
+
+// One row of a declared model's table: the common columns, the layout and op columns the model
+// names, the standard forms, then the model's own description (Model::describe) when it has one.
+template <class Model, class T>
+Case describeCase(const char* name, const char* form, const char* columns, ZkrStatus (*call)(const Args&)) {
+    const std::vector<std::string> cols = splitColumns(columns);
+    constexpr int layoutColumn = columnOf<Model>("layout");
+    static_assert(layoutColumn >= 0, "an element-wise model's columns name its \"layout\" column");
+    Case c = describeRow<T>(name, form, cols[layoutColumn].c_str(), call);
+    c.columns = cols;
+    if constexpr (requires { Model::ops; }) {
+        const std::string& op = cols[std::size_t(columnOf<Model>("op"))];
+        c.op = int(std::find(std::begin(Model::ops), std::end(Model::ops), op) - std::begin(Model::ops));
+    }
+    describeForm(c);
+    if constexpr (requires { Model::describe(c); }) Model::describe(c);
+    return c;
+}
+
+// The arguments of a call under the model's parameter names (Model::Bag and Model::bind, for
+// parameters beyond the standard forms'), then the call of the row's function.
+template <class Model> auto bagOf(const Args& a) {
+    if constexpr (requires { typename Model::Bag; }) {
+        typename Model::Bag b;
+        static_cast<Bag&>(b) = a.bag();
+        Model::bind(b, a);
+        return b;
+    } else {
+        return a.bag();
+    }
+}
+
+// The body of a ZKR_FN expansion for a declared model: checks the row against the model while
+// compiling, then appends it to `cases`.
+#define ZKRTEST_ELTWISE_CASE(Model, name, form, T, ...)                                                         \
+    static_assert(::zkrtest::eltwise::kCovers<Model, T>, #name ": element type " #T " is not in " #Model "::Types"); \
+    static_assert(::zkrtest::eltwise::columnCount(#__VA_ARGS__) == int(std::size(Model::columns)),              \
+                  #name ": the row's columns (" #__VA_ARGS__ ") are not the ones " #Model "::columns names");   \
+    static_assert(::zkrtest::eltwise::knownOp<Model>(#__VA_ARGS__), #name ": its op is not in " #Model "::ops");   \
+    cases.push_back(::zkrtest::eltwise::describeCase<Model, T>(                                                  \
+        #name, #form, #__VA_ARGS__, [](const ::zkrtest::eltwise::Args& a) -> ZkrStatus {                        \
+            const auto b = ::zkrtest::eltwise::bagOf<Model>(a);                                                  \
+            return ZKR_CALL(b, name, form, T);                                                                   \
+        }));
 
 // The body of a ZKR_FN expansion: appends the row, through describe<T>, to `cases`.
 #define ZKRTEST_ELTWISE_ROW(describe, name, form, T, L, op)                                            \
@@ -335,15 +468,23 @@ template <class Model, class S> void checkStatusCodes(const Case& fc) {
     }
 }
 
+// Calls f.template operator()<S>() with S the case's component type, among the types the model
+// declares (all five when it declares none).
+template <class Model, class F> void withModelType(CompType t, F&& f) {
+    if constexpr (requires { typename Model::Types; })
+        [&]<class... S>(Types<S...>) { withCompType<S...>(t, f); }(typename Model::Types{});
+    else withAnyCompType(t, f);
+}
+
 // The checks above for the case's component type.
 template <class Model> void checkAgainstReference(const Case& c) {
-    withAnyCompType(c.comp, [&]<class S>() { checkAgainstReference<Model, S>(c); });
+    withModelType<Model>(c.comp, [&]<class S>() { checkAgainstReference<Model, S>(c); });
 }
 template <class Model> void checkThreadSplits(const Case& c) {
-    withAnyCompType(c.comp, [&]<class S>() { checkThreadSplits<Model, S>(c); });
+    withModelType<Model>(c.comp, [&]<class S>() { checkThreadSplits<Model, S>(c); });
 }
 template <class Model> void checkStatusCodes(const Case& c) {
-    withAnyCompType(c.comp, [&]<class S>() { checkStatusCodes<Model, S>(c); });
+    withModelType<Model>(c.comp, [&]<class S>() { checkStatusCodes<Model, S>(c); });
 }
 
 // No two rows name the same function.
@@ -354,4 +495,45 @@ inline void expectUniqueNames(const std::vector<Case>& cases) {
     EXPECT_EQ(std::adjacent_find(names.begin(), names.end()), names.end()) << "a function is listed twice";
 }
 
+// The forms of a table, in the order of their first rows.
+inline std::vector<std::string> formsOf(const std::vector<Case>& cases) {
+    std::vector<std::string> forms;
+    for (const Case& c : cases)
+        if (std::find(forms.begin(), forms.end(), c.form) == forms.end()) forms.push_back(c.form);
+    return forms;
+}
+
+inline std::string formName(const testing::TestParamInfo<std::string>& info) { return info.param; }
+
+// A family's cases per form: walk(check) runs check on every case of the test's form.
+template <const std::vector<Case>& (*cases)()>
+class FormTest : public testing::WithParamInterface<std::string>, public LibraryStateTest {
+protected:
+    template <class Check> void walk(Check check) {
+        forEachCase(cases(), [&](const Case& c) { return c.form == GetParam(); }, check);
+    }
+};
+
 }  // namespace zkrtest::eltwise
+
+// The three checks of every element-wise function, one test per form of the table that `rows()`
+// expands: Fixture/MatchesReferenceOnEveryLevel/<form>, ThreadSplitsMatchSingleThread,
+// StatusCodes. Fixture##Cases() gives the cases, for the family's own tests (TEST_P(Fixture, ...)
+// runs per form too).
+#define ZKRTEST_ELTWISE_FORMS(Fixture, Model, rows)                                                           \
+    const std::vector<::zkrtest::eltwise::Case>& Fixture##Cases() {                                            \
+        static const std::vector<::zkrtest::eltwise::Case> cases = rows();                                     \
+        return cases;                                                                                          \
+    }                                                                                                          \
+    class Fixture : public ::zkrtest::eltwise::FormTest<&Fixture##Cases> {};                                   \
+    TEST_P(Fixture, MatchesReferenceOnEveryLevel) {                                                            \
+        walk([](const ::zkrtest::eltwise::Case& c) { ::zkrtest::eltwise::checkAgainstReference<Model>(c); });  \
+    }                                                                                                          \
+    TEST_P(Fixture, ThreadSplitsMatchSingleThread) {                                                           \
+        walk([](const ::zkrtest::eltwise::Case& c) { ::zkrtest::eltwise::checkThreadSplits<Model>(c); });      \
+    }                                                                                                          \
+    TEST_P(Fixture, StatusCodes) {                                                                             \
+        walk([](const ::zkrtest::eltwise::Case& c) { ::zkrtest::eltwise::checkStatusCodes<Model>(c); });       \
+    }                                                                                                          \
+    INSTANTIATE_TEST_SUITE_P(Zkri, Fixture, testing::ValuesIn(::zkrtest::eltwise::formsOf(Fixture##Cases())),  \
+                             ::zkrtest::eltwise::formName)

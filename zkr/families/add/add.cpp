@@ -31,7 +31,7 @@ template <class T, Layout L>
 ZkrStatus execute(EltJob& j, Kop op, bool inPlace, const T* values, ZkriSize roi) {
     EltPattern<typename ElemInfo<T>::S> pattern;
     const Shape shape = prepareElt<T, L>(j, inPlace, values, roi, pattern);
-    runJob(j, kernels().elt[int(kSType<T>)][int(op)][int(shape)], roi.width, roi.height);
+    runJob(j, kernels().elt[kComp<T>][int(op)][int(shape)], roi.width, roi.height);
     return zkrStsNoErr;
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "add_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS

@@ -12,29 +12,17 @@
 
 namespace zkr::add {
 
-// Component types the kernels are compiled for.
-enum class SType : int { U8, U16, S16, S32, F32, Count };
-
 // Kop::Add: a + b.   Kop::RevSub: b - a (the second operand minus the first).
 enum class Kop : int { Add, RevSub, Count };
 
 using RowsFn = void (*)(const EltJob& job, int y0, int y1);
 
 struct Kernels {
-    RowsFn elt[int(SType::Count)][int(Kop::Count)][int(Shape::Count)];
+    RowsFn elt[kCompTypes][int(Kop::Count)][int(Shape::Count)];
     RowsFn complement32s;  // d[i] = one's complement coded d[i] as two's complement
 };
 
 ZKR_DECLARE_LEVEL_KERNELS(Kernels)
-
-// Component type of an element type.
-template <class S> struct ComponentType;
-template <> struct ComponentType<Zkr8u>  { static constexpr SType id = SType::U8; };
-template <> struct ComponentType<Zkr16u> { static constexpr SType id = SType::U16; };
-template <> struct ComponentType<Zkr16s> { static constexpr SType id = SType::S16; };
-template <> struct ComponentType<Zkr32s> { static constexpr SType id = SType::S32; };
-template <> struct ComponentType<Zkr32f> { static constexpr SType id = SType::F32; };
-template <class T> inline constexpr SType kSType = ComponentType<typename ElemInfo<T>::S>::id;
 
 // The kernels of the dispatch level in force.
 inline const Kernels& kernels() { return ZKR_LEVEL_KERNELS(); }

@@ -10,12 +10,11 @@
 #include <utility>
 
 #include "alpha_kernels.h"
+#include "rows.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
 #endif
-
-#define ZKR_NOINLINE __attribute__((noinline))
 
 namespace zkr::alpha::ZKR_LEVEL_NS {
 namespace {
@@ -143,34 +142,22 @@ ZKR_NOINLINE void keyRow(const Zkr8u* __restrict a, const Zkr8u* __restrict b, Z
 
 // ---- rows of a job --------------------------------------------------------------
 
-template <class T> inline T* rowOf(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<T*>(static_cast<char*>(base) + step * y);
-}
-template <class T> inline const T* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const T*>(static_cast<const char*>(base) + step * y);
-}
-
-// Rows of `comps` components stored without gaps in all three images run as
-// one long row: returns the components per call and the number of calls.
-inline std::pair<std::ptrdiff_t, int> spans(const AlphaJob& j, std::ptrdiff_t rowBytes, std::ptrdiff_t comps, int y0,
-                                            int y1) {
-    const bool flat = j.aStep == rowBytes && j.bStep == rowBytes && j.dStep == rowBytes;
-    return flat ? std::pair<std::ptrdiff_t, int>{comps * (y1 - y0), 1} : std::pair<std::ptrdiff_t, int>{comps, y1 - y0};
+// Rows of `n` units stored without gaps in all three images run as one long row.
+inline RowRuns spans(const AlphaJob& j, std::ptrdiff_t rowBytes, std::ptrdiff_t n, int y0, int y1) {
+    return rowRuns(stepsAre(rowBytes, j.aStep, j.bStep, j.dStep), int(n), y0, y1);
 }
 
 template <class T, bool premul> void pixelInterleaved(const AlphaJob& j, int y0, int y1) {
-    const auto [n, rows] = spans(j, std::ptrdiff_t(j.width) * 4 * std::ptrdiff_t(sizeof(T)), j.width, y0, y1);
-    for (int r = 0; r < rows; ++r) {
-        const int y = y0 + r;
+    const auto [yEnd, n] = spans(j, std::ptrdiff_t(j.width) * 4 * std::ptrdiff_t(sizeof(T)), j.width, y0, y1);
+    for (int y = y0; y < yEnd; ++y) {
         pixelRow<T, premul>(rowOf<T>(j.a[0], j.aStep, y), rowOf<T>(j.b[0], j.bStep, y), rowOf<T>(j.d[0], j.dStep, y),
                             n, j.f);
     }
 }
 
 template <class T, bool premul> void pixelPlanar(const AlphaJob& j, int y0, int y1) {
-    const auto [n, rows] = spans(j, std::ptrdiff_t(j.width) * std::ptrdiff_t(sizeof(T)), j.width, y0, y1);
-    for (int r = 0; r < rows; ++r) {
-        const int y = y0 + r;
+    const auto [yEnd, n] = spans(j, std::ptrdiff_t(j.width) * std::ptrdiff_t(sizeof(T)), j.width, y0, y1);
+    for (int y = y0; y < yEnd; ++y) {
         const T* aa = rowOf<T>(j.a[3], j.aStep, y);
         const T* ab = rowOf<T>(j.b[3], j.bStep, y);
         for (int c = 0; c < 3; ++c)
@@ -187,9 +174,8 @@ template <class T> void constant(const AlphaJob& j, int y0, int y1) {
     const W<T> wA = (j.f.premul ? m : W<T>(alpha1)) * factorA<T>(j.f, alpha2);
     const W<T> wB = (j.f.premul ? m : W<T>(alpha2)) * factorB<T>(j.f, alpha1);
     const std::ptrdiff_t perRow = std::ptrdiff_t(j.width) * j.channels;
-    const auto [n, rows] = spans(j, perRow * std::ptrdiff_t(sizeof(T)), j.keepLast ? j.width : perRow, y0, y1);
-    for (int r = 0; r < rows; ++r) {
-        const int y = y0 + r;
+    const auto [yEnd, n] = spans(j, perRow * std::ptrdiff_t(sizeof(T)), j.keepLast ? j.width : perRow, y0, y1);
+    for (int y = y0; y < yEnd; ++y) {
         const T* a = rowOf<T>(j.a[0], j.aStep, y);
         const T* b = rowOf<T>(j.b[0], j.bStep, y);
         T* d = rowOf<T>(j.d[0], j.dStep, y);
@@ -200,9 +186,8 @@ template <class T> void constant(const AlphaJob& j, int y0, int y1) {
 
 void colorKey8u(const AlphaJob& j, int y0, int y1) {
     const auto* key = static_cast<const Zkr8u*>(j.key);
-    const auto [n, rows] = spans(j, std::ptrdiff_t(j.width) * 4, j.width, y0, y1);
-    for (int r = 0; r < rows; ++r) {
-        const int y = y0 + r;
+    const auto [yEnd, n] = spans(j, std::ptrdiff_t(j.width) * 4, j.width, y0, y1);
+    for (int y = y0; y < yEnd; ++y) {
         keyRow(rowOf<Zkr8u>(j.a[0], j.aStep, y), rowOf<Zkr8u>(j.b[0], j.bStep, y), rowOf<Zkr8u>(j.d[0], j.dStep, y), n,
                j.f, int(j.alpha1), int(j.alpha2), key[0], key[1], key[2]);
     }
@@ -232,4 +217,3 @@ constinit const Kernels kernels = makeKernels();
 
 }  // namespace zkr::alpha::ZKR_LEVEL_NS
 
-#undef ZKR_NOINLINE

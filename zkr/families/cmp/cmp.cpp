@@ -54,7 +54,7 @@ template <Lay L, class A> ZkrStatus run(const A& a) {
         j.aStep = swap ? a.src2Step : a.src1Step;
         j.b = swap ? a.pSrc1 : a.pSrc2;
         j.bStep = swap ? a.src1Step : a.src2Step;
-        fn = kernels().binary[int(ComponentType<T>::id)][int(L)][int(k)];
+        fn = kernels().binary[kComp<T>][int(L)][int(k)];
     } else {
         constexpr bool byPointer = std::is_pointer_v<decltype(a.value)>;
         if constexpr (byPointer) {
@@ -76,7 +76,7 @@ template <Lay L, class A> ZkrStatus run(const A& a) {
         j.a = a.pSrc;
         j.aStep = a.srcStep;
         j.value = values;
-        fn = kernels().constant[int(ComponentType<T>::id)][int(L)][op];
+        fn = kernels().constant[kComp<T>][int(L)][op];
     }
     forRowBands(std::int64_t(a.roiSize.width) * a.roiSize.height, a.roiSize.height,
                 [&](int y0, int y1) { fn(j, y0, y1); });

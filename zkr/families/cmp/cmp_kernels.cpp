@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "cmp_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -15,8 +16,6 @@
 #endif
 
 namespace zkr::cmp::ZKR_LEVEL_NS {
-
-#define ZKR_NOINLINE __attribute__((noinline))
 
 template <Kop op, class S> inline bool test(S x, S y) {
     if constexpr (op == Kop::Less) return x < y;
@@ -52,21 +51,16 @@ ZKR_NOINLINE void loopConst(const S* __restrict a, const S* __restrict v, Zkr8u*
     }
 }
 
-template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
-}
-inline Zkr8u* maskRow(void* base, std::ptrdiff_t step, int y) { return static_cast<Zkr8u*>(base) + step * y; }
 
 // Images stored without gaps (every step equal to its row's bytes) are
 // processed as one long row.
 template <class S, Lay L, bool twoImages, Kop op> void rows(const CmpJob& j, int y0, int y1) {
     const std::ptrdiff_t srcRow = std::ptrdiff_t(j.width) * kPeriod<L> * std::ptrdiff_t(sizeof(S));
-    const bool flat = j.dStep == j.width && j.aStep == srcRow && (!twoImages || j.bStep == srcRow);
-    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.width) * (y1 - y0) : j.width;
-    const int yEnd = flat ? y0 + 1 : y1;
+    const auto [yEnd, len] =
+        rowRuns(j.dStep == j.width && stepsAre(srcRow, j.aStep, twoImages ? j.bStep : srcRow), j.width, y0, y1);
     for (int y = y0; y < yEnd; ++y) {
         const S* a = rowOf<S>(j.a, j.aStep, y);
-        Zkr8u* d = maskRow(j.d, j.dStep, y);
+        Zkr8u* d = rowOf<Zkr8u>(j.d, j.dStep, y);
         if constexpr (twoImages) loopBinary<S, L, op>(a, rowOf<S>(j.b, j.bStep, y), d, len);
         else loopConst<S, L, op>(a, static_cast<const S*>(j.value), d, len);
     }
@@ -75,11 +69,11 @@ template <class S, Lay L, bool twoImages, Kop op> void rows(const CmpJob& j, int
 // ---- the level's kernel table -----------------------------------------------
 
 template <class S, Lay L> constexpr void fillLayout(Kernels& ks) {
-    auto& b = ks.binary[int(ComponentType<S>::id)][int(L)];
+    auto& b = ks.binary[kComp<S>][int(L)];
     b[int(Kop::Less)] = &rows<S, L, true, Kop::Less>;
     b[int(Kop::LessEq)] = &rows<S, L, true, Kop::LessEq>;
     b[int(Kop::Eq)] = &rows<S, L, true, Kop::Eq>;
-    auto& c = ks.constant[int(ComponentType<S>::id)][int(L)];
+    auto& c = ks.constant[kComp<S>][int(L)];
     c[int(Kop::Less)] = &rows<S, L, false, Kop::Less>;
     c[int(Kop::LessEq)] = &rows<S, L, false, Kop::LessEq>;
     c[int(Kop::Eq)] = &rows<S, L, false, Kop::Eq>;
@@ -102,8 +96,6 @@ constexpr Kernels makeKernels() {
     fillType<Zkr32f>(ks);
     return ks;
 }
-
-#undef ZKR_NOINLINE
 
 constinit const Kernels kernels = makeKernels();
 

@@ -16,7 +16,6 @@
 namespace zkr::cmp {
 
 // Component types the kernels are compiled for.
-enum class SType : int { U8, U16, S16, F32, Count };
 
 // Channel layouts: components per pixel in memory and channels compared.
 enum class Lay : int { C1, C3, C4, AC4, Count };
@@ -39,17 +38,12 @@ struct CmpJob {
 using RowsFn = void (*)(const CmpJob& job, int y0, int y1);
 
 struct Kernels {
-    RowsFn binary[int(SType::Count)][int(Lay::Count)][kBinaryOps];
-    RowsFn constant[int(SType::Count)][int(Lay::Count)][int(Kop::Count)];
+    RowsFn binary[kCompTypes][int(Lay::Count)][kBinaryOps];
+    RowsFn constant[kCompTypes][int(Lay::Count)][int(Kop::Count)];
 };
 
 ZKR_DECLARE_LEVEL_KERNELS(Kernels)
 
-template <class S> struct ComponentType;
-template <> struct ComponentType<Zkr8u>  { static constexpr SType id = SType::U8; };
-template <> struct ComponentType<Zkr16u> { static constexpr SType id = SType::U16; };
-template <> struct ComponentType<Zkr16s> { static constexpr SType id = SType::S16; };
-template <> struct ComponentType<Zkr32f> { static constexpr SType id = SType::F32; };
 
 // The kernels of the dispatch level in force.
 inline const Kernels& kernels() { return ZKR_LEVEL_KERNELS(); }

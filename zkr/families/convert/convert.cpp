@@ -43,14 +43,14 @@ template <class S, class D> RowsFn integerJob(CvtJob& j, int sf, int mode, bool 
             case zkrRndFinancial: j.bias = half, j.negBias = -1, j.oddMask = 0; break;
             default: j.bias = half - 1, j.negBias = 0, j.oddMask = 1; break;
         }
-        return ks.intDown[kTypeId<S>][kTypeId<D>][alpha];
+        return ks.intDown[kComp<S>][kComp<D>][alpha];
     }
     const int k = sf < -maxUp ? maxUp : -sf;
     const std::int64_t lo = std::numeric_limits<D>::min(), hi = std::numeric_limits<D>::max();
     j.mul = std::int64_t(1) << k;
     j.hiT = hi >> k;
     j.loT = -((-lo) >> k);
-    return ks.intUp[kTypeId<S>][kTypeId<D>][alpha];
+    return ks.intUp[kComp<S>][kComp<D>][alpha];
 }
 
 template <Layout L, class A> ZkrStatus run(const A& a) {
@@ -86,13 +86,13 @@ template <Layout L, class A> ZkrStatus run(const A& a) {
             j.tmin = float(tmin);
             j.factor = float((tmax - tmin) / (double(vMax) - double(vMin)));
             if (!std::isfinite(j.factor)) return zkrStsRangeErr;
-            fn = ks.mapFromFloat[kTypeId<D>][alpha];
+            fn = ks.mapFromFloat[kComp<D>][alpha];
         } else {
             const double tmin = std::numeric_limits<S>::min(), tmax = std::numeric_limits<S>::max();
             j.offset = vMin;
             j.tmin = float(tmin);
             j.factor = float((double(vMax) - double(vMin)) / (tmax - tmin));
-            fn = ks.mapToFloat[kTypeId<S>][alpha];
+            fn = ks.mapToFloat[kComp<S>][alpha];
         }
     } else if constexpr (requires { a.roundMode; }) {
         const int mode = int(a.roundMode);
@@ -101,12 +101,12 @@ template <Layout L, class A> ZkrStatus run(const A& a) {
         if constexpr (std::is_same_v<S, Zkr32f>) {
             const int e = sf > 126 ? 126 : (sf < -126 ? -126 : sf);
             j.fmul = std::ldexp(1.0f, -e);
-            fn = ks.fromFloat[kTypeId<D>][mode][alpha];
+            fn = ks.fromFloat[kComp<D>][mode][alpha];
         } else {
             fn = integerJob<S, D>(j, sf, mode, alpha);
         }
     } else {
-        fn = ks.exact[kTypeId<S>][kTypeId<D>][alpha];
+        fn = ks.exact[kComp<S>][kComp<D>][alpha];
     }
     forRowBands(width * a.roiSize.height, a.roiSize.height, [&](int y0, int y1) { fn(j, y0, y1); });
     return zkrStsNoErr;

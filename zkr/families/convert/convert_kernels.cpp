@@ -17,6 +17,7 @@
 #include <type_traits>
 
 #include "convert_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -24,8 +25,6 @@
 #endif
 
 namespace zkr::convert::ZKR_LEVEL_NS {
-
-#define ZKR_NOINLINE __attribute__((noinline))
 
 // ---- element operations -------------------------------------------------------
 
@@ -212,20 +211,12 @@ ZKR_NOINLINE void loopFloat(const Zkr32f* __restrict s, D* __restrict d, std::pt
     }
 }
 
-template <class S> inline S* rowOf(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<S*>(static_cast<char*>(base) + step * y);
-}
-template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
-}
-
 // Images stored without gaps are processed as one long row (alpha stays on
 // every fourth component since rows hold whole pixels).
 template <class S, class D, bool alpha, class F> void runRows(const CvtJob& j, int y0, int y1, F f) {
-    const bool flat = j.sStep == std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S)) &&
-                      j.dStep == std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(D));
-    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
-    const int yEnd = flat ? y0 + 1 : y1;
+    const auto [yEnd, len] = rowRuns(stepsAre(std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S)), j.sStep) &&
+                                         stepsAre(std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(D)), j.dStep),
+                                     j.rowLen, y0, y1);
     for (int y = y0; y < yEnd; ++y) {
         const S* s = rowOf<S>(j.s, j.sStep, y);
         D* d = rowOf<D>(j.d, j.dStep, y);
@@ -256,22 +247,22 @@ template <class D, bool alpha> void fromFloatMapRows(const CvtJob& j, int y0, in
 // ---- the level's kernel table -----------------------------------------------
 
 template <class S, class D> constexpr void fillExact(Kernels& ks) {
-    ks.exact[kTypeId<S>][kTypeId<D>][0] = &exactRows<S, D, false>;
-    ks.exact[kTypeId<S>][kTypeId<D>][1] = &exactRows<S, D, true>;
+    ks.exact[kComp<S>][kComp<D>][0] = &exactRows<S, D, false>;
+    ks.exact[kComp<S>][kComp<D>][1] = &exactRows<S, D, true>;
 }
 
 // Integer pairs; AC4 kernels only for the pairs the family has in that layout.
 template <class S, class D, bool withAlpha> constexpr void fillInt(Kernels& ks) {
-    ks.intUp[kTypeId<S>][kTypeId<D>][0] = &upRows<S, D, false>;
-    ks.intDown[kTypeId<S>][kTypeId<D>][0] = &downRows<S, D, false>;
+    ks.intUp[kComp<S>][kComp<D>][0] = &upRows<S, D, false>;
+    ks.intDown[kComp<S>][kComp<D>][0] = &downRows<S, D, false>;
     if constexpr (withAlpha) {
-        ks.intUp[kTypeId<S>][kTypeId<D>][1] = &upRows<S, D, true>;
-        ks.intDown[kTypeId<S>][kTypeId<D>][1] = &downRows<S, D, true>;
+        ks.intUp[kComp<S>][kComp<D>][1] = &upRows<S, D, true>;
+        ks.intDown[kComp<S>][kComp<D>][1] = &downRows<S, D, true>;
     }
 }
 
 template <class D> constexpr void fillFromFloat(Kernels& ks) {
-    auto& k = ks.fromFloat[kTypeId<D>];
+    auto& k = ks.fromFloat[kComp<D>];
     k[int(Rnd::Zero)][0] = &fromFloatRows<D, Rnd::Zero, false>;
     k[int(Rnd::Zero)][1] = &fromFloatRows<D, Rnd::Zero, true>;
     k[int(Rnd::Near)][0] = &fromFloatRows<D, Rnd::Near, false>;
@@ -281,10 +272,10 @@ template <class D> constexpr void fillFromFloat(Kernels& ks) {
 }
 
 template <class T> constexpr void fillMaps(Kernels& ks) {
-    ks.mapToFloat[kTypeId<T>][0] = &toFloatMapRows<T, false>;
-    ks.mapToFloat[kTypeId<T>][1] = &toFloatMapRows<T, true>;
-    ks.mapFromFloat[kTypeId<T>][0] = &fromFloatMapRows<T, false>;
-    ks.mapFromFloat[kTypeId<T>][1] = &fromFloatMapRows<T, true>;
+    ks.mapToFloat[kComp<T>][0] = &toFloatMapRows<T, false>;
+    ks.mapToFloat[kComp<T>][1] = &toFloatMapRows<T, true>;
+    ks.mapFromFloat[kComp<T>][0] = &fromFloatMapRows<T, false>;
+    ks.mapFromFloat[kComp<T>][1] = &fromFloatMapRows<T, true>;
 }
 
 constexpr Kernels makeKernels() {
@@ -318,8 +309,6 @@ constexpr Kernels makeKernels() {
     fillMaps<Zkr16s>(ks);
     return ks;
 }
-
-#undef ZKR_NOINLINE
 
 constinit const Kernels kernels = makeKernels();
 

@@ -17,18 +17,6 @@
 
 namespace zkr::convert {
 
-// Component types the kernels are compiled for.
-enum class CType : int { U8, S8, U16, S16, S32, F32, Count };
-
-template <class S> struct TypeId;
-template <> struct TypeId<Zkr8u>  { static constexpr CType id = CType::U8; };
-template <> struct TypeId<Zkr8s>  { static constexpr CType id = CType::S8; };
-template <> struct TypeId<Zkr16u> { static constexpr CType id = CType::U16; };
-template <> struct TypeId<Zkr16s> { static constexpr CType id = CType::S16; };
-template <> struct TypeId<Zkr32s> { static constexpr CType id = CType::S32; };
-template <> struct TypeId<Zkr32f> { static constexpr CType id = CType::F32; };
-template <class S> inline constexpr int kTypeId = int(TypeId<S>::id);
-
 // Rounding of float values (the library's ZkrRoundMode, in the same order).
 enum class Rnd : int { Zero, Near, Financial, Count };
 
@@ -54,7 +42,7 @@ struct CvtJob {
 
 using RowsFn = void (*)(const CvtJob& job, int y0, int y1);
 
-inline constexpr int kTypes = int(CType::Count);
+inline constexpr int kTypes = kCompTypes;
 
 // Null where the family has no such function.
 struct Kernels {

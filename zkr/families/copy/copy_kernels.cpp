@@ -17,12 +17,11 @@
 #include <cstring>
 
 #include "copy_kernels.h"
+#include "rows.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
 #endif
-
-#define ZKR_NOINLINE __attribute__((noinline))
 
 namespace zkr::copy::ZKR_LEVEL_NS {
 namespace {
@@ -508,4 +507,3 @@ constinit const Kernels kernels = makeKernels();
 
 }  // namespace zkr::copy::ZKR_LEVEL_NS
 
-#undef ZKR_NOINLINE

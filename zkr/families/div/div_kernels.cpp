@@ -32,6 +32,7 @@
 #include <type_traits>
 
 #include "div_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -39,8 +40,6 @@
 #endif
 
 namespace zkr::div::ZKR_LEVEL_NS {
-
-#define ZKR_NOINLINE __attribute__((noinline))
 
 // ---- element operations: dividend x divided by divisor y ------------------------
 
@@ -226,23 +225,15 @@ ZKR_NOINLINE int loopComplex(const S* __restrict y, const S* __restrict x, S* __
     return zeros;
 }
 
-template <class S> inline S* rowOf(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<S*>(static_cast<char*>(base) + step * y);
-}
-template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
-}
-
 // Images stored without gaps are processed as one long row; a periodic
 // divisor restarts every `chunk` components (a whole number of pixels, so
 // alpha stays on every fourth element).
 template <class S, bool cplx, bool alpha, bool inPlace, class F>
 bool runRows(const DivJob& j, int y0, int y1, F f) {
     const std::ptrdiff_t rowBytes = std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S));
-    const bool flat = j.dstStep == rowBytes && (inPlace || j.dividendStep == rowBytes) &&
-                      (j.periodic || j.divisorStep == rowBytes);
-    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
-    const int yEnd = flat ? y0 + 1 : y1;
+    const auto [yEnd, len] = rowRuns(stepsAre(rowBytes, j.dstStep, inPlace ? j.dstStep : j.dividendStep,
+                                              j.periodic ? rowBytes : j.divisorStep),
+                                     j.rowLen, y0, y1);
     const std::ptrdiff_t chunk = j.periodic ? j.chunk : len;
     int zeros = 0;
     for (int y = y0; y < yEnd; ++y) {
@@ -309,8 +300,6 @@ constexpr Kernels makeKernels() {
     fillType<EType::C32F>(ks);
     return ks;
 }
-
-#undef ZKR_NOINLINE
 
 constinit const Kernels kernels = makeKernels();
 

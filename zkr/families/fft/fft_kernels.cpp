@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "fft_kernels.h"
+#include "rows.h"
 #include "worker_pool.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -25,11 +26,6 @@ constexpr int kBandColumns = 16;
 // Columns transformed through all their stages at once: a block of H rows of
 // this many complex elements stays in the second-level cache.
 constexpr int kCacheColumns = 64;
-
-template <class T> inline T* rowOf(T* base, std::ptrdiff_t step, int y) {
-    using B = std::conditional_t<std::is_const_v<T>, const char, char>;
-    return reinterpret_cast<T*>(reinterpret_cast<B*>(base) + step * y);
-}
 
 // ---- butterflies ----------------------------------------------------------------
 

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "histo_kernels.h"
+#include "rows.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
@@ -16,13 +17,6 @@
 
 namespace zkr::histo::ZKR_LEVEL_NS {
 namespace {
-
-template <class T> inline const T* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const T*>(static_cast<const char*>(base) + step * y);
-}
-template <class T> inline T* rowOf(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<T*>(static_cast<char*>(base) + step * y);
-}
 
 // ---- histograms -----------------------------------------------------------------
 

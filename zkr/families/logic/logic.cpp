@@ -122,7 +122,7 @@ template <Op op, Layout L, class T, class A> ZkrStatus runPick(const A& a) {
     j.d = o.d, j.dStep = o.dStep;
     j.rowLen = a.roiSize.width * kChannels<L>;
     constexpr bool ac4 = L == Layout::AC4;
-    constexpr int t = int(MTypeOf<T>::id);
+    constexpr int t = kComp<T>;
     runJob(j, op == Op::MaxEvery ? kernels().maxEvery[t][ac4] : kernels().minEvery[t][ac4], a.roiSize);
     return zkrStsNoErr;
 }
@@ -163,7 +163,7 @@ template <Op op, Layout L, class T, class A> ZkrStatus runShift(const A& a) {
         j.pattern = lanes;
     }
     const Dir dir = op == Op::LShiftC ? Dir::Left : Dir::Right;
-    runJob(j, kernels().shift[int(STypeOf<T>::id)][int(dir)][int(shape)][o.inPlace], a.roiSize);
+    runJob(j, kernels().shift[kComp<T>][int(dir)][int(shape)][o.inPlace], a.roiSize);
     return zkrStsNoErr;
 }
 

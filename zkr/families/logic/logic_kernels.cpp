@@ -15,13 +15,13 @@
 #include <utility>
 
 #include "logic_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
 #endif
 
-#define ZKR_NOINLINE __attribute__((noinline))
 
 namespace zkr::logic::ZKR_LEVEL_NS {
 namespace {
@@ -127,11 +127,6 @@ ZKR_NOINLINE void bitRow(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff
 #endif
 }
 
-template <class P> inline P* rowOf(P* base, ptrdiff_t step, int y) {
-    using Byte = std::conditional_t<std::is_const_v<P>, const char, char>;
-    return reinterpret_cast<P*>(reinterpret_cast<Byte*>(base) + step * y);
-}
-
 template <Bop op, BShape bs, bool masked> void bitRows(const Job& j, int y0, int y1) {
     const auto* a = static_cast<const uint8_t*>(j.a);
     const auto* b = static_cast<const uint8_t*>(j.b);
@@ -140,13 +135,10 @@ template <Bop op, BShape bs, bool masked> void bitRows(const Job& j, int y0, int
     const ptrdiff_t len = j.rowBytes;
     // Rows stored without gaps are one long row: the pattern and the keep mask
     // repeat with the pixel, and every row is a whole number of pixels.
-    if (j.aStep == len && j.dStep == len && (bs == BShape::Pattern || j.bStep == len)) {
-        bitRow<op, bs, masked>(a + len * y0, b ? b + len * y0 : b, d + len * y0, len * (y1 - y0), P, j.keep);
-        return;
-    }
-    for (int y = y0; y < y1; ++y)
-        bitRow<op, bs, masked>(rowOf(a, j.aStep, y), b ? rowOf(b, j.bStep, y) : b, rowOf(d, j.dStep, y), len, P,
-                               j.keep);
+    const RowRuns r = rowRuns(stepsAre(len, j.aStep, j.dStep, bs == BShape::Pattern ? len : j.bStep), int(len), y0, y1);
+    for (int y = y0; y < r.yEnd; ++y)
+        bitRow<op, bs, masked>(rowOf<uint8_t>(a, j.aStep, y), b ? rowOf<uint8_t>(b, j.bStep, y) : b,
+                               rowOf<uint8_t>(d, j.dStep, y), r.len, P, j.keep);
 }
 
 // ---- component-wise kernels ------------------------------------------------------------------
@@ -188,12 +180,10 @@ ZKR_NOINLINE void loopPickKeep(const S* __restrict a, S* __restrict d, const U<S
 
 template <class S, bool isMax, bool ac4> void pickRows(const Job& j, int y0, int y1) {
     const ptrdiff_t rowBytes = ptrdiff_t(j.rowLen) * ptrdiff_t(sizeof(S));
-    const bool flat = j.aStep == rowBytes && j.dStep == rowBytes;
-    const ptrdiff_t len = flat ? ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
-    const int yEnd = flat ? y0 + 1 : y1;
+    const auto [yEnd, len] = rowRuns(stepsAre(rowBytes, j.aStep, j.dStep), j.rowLen, y0, y1);
     for (int y = y0; y < yEnd; ++y) {
-        const S* a = rowOf(static_cast<const S*>(j.a), j.aStep, y);
-        S* d = rowOf(static_cast<S*>(j.d), j.dStep, y);
+        const S* a = rowOf<S>(j.a, j.aStep, y);
+        S* d = rowOf<S>(j.d, j.dStep, y);
         if constexpr (!ac4) {
             loopPick<S, isMax>(a, d, len);
         } else {
@@ -240,13 +230,11 @@ ZKR_NOINLINE void loopShiftKeep(const S* __restrict a, S* __restrict d, const U<
 
 template <class S, Dir dir, CShape cs, bool inPlace> void shiftRows(const Job& j, int y0, int y1) {
     const ptrdiff_t rowBytes = ptrdiff_t(j.rowLen) * ptrdiff_t(sizeof(S));
-    const bool flat = (inPlace || j.aStep == rowBytes) && j.dStep == rowBytes;
-    const ptrdiff_t len = flat ? ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
-    const int yEnd = flat ? y0 + 1 : y1;
+    const auto [yEnd, len] = rowRuns(stepsAre(rowBytes, inPlace ? j.dStep : j.aStep, j.dStep), j.rowLen, y0, y1);
     const auto* counts = static_cast<const U<S>*>(j.pattern);
     for (int y = y0; y < yEnd; ++y) {
-        const S* a = inPlace ? nullptr : rowOf(static_cast<const S*>(j.a), j.aStep, y);
-        S* d = rowOf(static_cast<S*>(j.d), j.dStep, y);
+        const S* a = inPlace ? nullptr : rowOf<S>(j.a, j.aStep, y);
+        S* d = rowOf<S>(j.d, j.dStep, y);
         if constexpr (cs == CShape::Uniform) {
             loopShift<S, dir, inPlace>(a, d, j.count, len);
         } else {
@@ -269,7 +257,7 @@ template <Bop op> constexpr void fillBits(Kernels& ks) {
 }
 
 template <class S> constexpr void fillPick(Kernels& ks) {
-    constexpr int t = int(MTypeOf<S>::id);
+    constexpr int t = kComp<S>;
     ks.maxEvery[t][0] = &pickRows<S, true, false>;
     ks.maxEvery[t][1] = &pickRows<S, true, true>;
     ks.minEvery[t][0] = &pickRows<S, false, false>;
@@ -277,7 +265,7 @@ template <class S> constexpr void fillPick(Kernels& ks) {
 }
 
 template <class S, Dir dir> constexpr void fillShiftDir(Kernels& ks) {
-    auto& row = ks.shift[int(STypeOf<S>::id)][int(dir)];
+    auto& row = ks.shift[kComp<S>][int(dir)];
     row[int(CShape::Uniform)][0] = &shiftRows<S, dir, CShape::Uniform, false>;
     row[int(CShape::Uniform)][1] = &shiftRows<S, dir, CShape::Uniform, true>;
     row[int(CShape::Pattern)][0] = &shiftRows<S, dir, CShape::Pattern, false>;
@@ -314,4 +302,3 @@ constinit const Kernels kernels = makeKernels();
 
 }  // namespace zkr::logic::ZKR_LEVEL_NS
 
-#undef ZKR_NOINLINE

@@ -36,9 +36,6 @@ enum class BShape : int {
     Count
 };
 
-// Component types of the component-wise kernels.
-enum class MType : int { U8, U16, S16, F32, Count };       // MaxEvery, MinEvery
-enum class SType : int { U8, S8, U16, S16, S32, Count };   // shifts
 
 enum class Dir : int { Left, Right, Count };
 
@@ -68,25 +65,12 @@ using RowsFn = void (*)(const Job& job, int y0, int y1);
 
 struct Kernels {
     RowsFn bits[int(Bop::Count)][int(BShape::Count)][2];  // [op][b shape][AC4 keep mask]
-    RowsFn maxEvery[int(MType::Count)][2];                 // [type][AC4]: pSrcDst = max(pSrc, pSrcDst)
-    RowsFn minEvery[int(MType::Count)][2];
-    RowsFn shift[int(SType::Count)][int(Dir::Count)][int(CShape::Count)][2];  // [..][in place]
+    RowsFn maxEvery[kCompTypes][2];                       // [type][AC4]: pSrcDst = max(pSrc, pSrcDst)
+    RowsFn minEvery[kCompTypes][2];
+    RowsFn shift[kCompTypes][int(Dir::Count)][int(CShape::Count)][2];  // [..][in place]
 };
 
 ZKR_DECLARE_LEVEL_KERNELS(Kernels)
-
-template <class S> struct MTypeOf;
-template <> struct MTypeOf<Zkr8u> { static constexpr MType id = MType::U8; };
-template <> struct MTypeOf<Zkr16u> { static constexpr MType id = MType::U16; };
-template <> struct MTypeOf<Zkr16s> { static constexpr MType id = MType::S16; };
-template <> struct MTypeOf<Zkr32f> { static constexpr MType id = MType::F32; };
-
-template <class S> struct STypeOf;
-template <> struct STypeOf<Zkr8u> { static constexpr SType id = SType::U8; };
-template <> struct STypeOf<Zkr8s> { static constexpr SType id = SType::S8; };
-template <> struct STypeOf<Zkr16u> { static constexpr SType id = SType::U16; };
-template <> struct STypeOf<Zkr16s> { static constexpr SType id = SType::S16; };
-template <> struct STypeOf<Zkr32s> { static constexpr SType id = SType::S32; };
 
 // The kernels of the dispatch level in force.
 inline const Kernels& kernels() { return ZKR_LEVEL_KERNELS(); }

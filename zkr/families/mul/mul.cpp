@@ -31,8 +31,8 @@ ZkrStatus execute(EltJob j, Kop op, bool inPlace, const T* values, ZkriSize roi)
     EltPattern<typename ElemInfo<T>::S> pattern;
     const Shape shape = prepareElt<T, L>(j, inPlace, values, roi, pattern);
     RowsFn fn;
-    if constexpr (kComplex<T>) fn = kernels().cmul[int(kCType<T>)][int(shape)];
-    else fn = kernels().elt[int(kSType<T>)][int(op)][int(shape)];
+    if constexpr (kComplex<T>) fn = kernels().cmul[kComp<T>][int(shape)];
+    else fn = kernels().elt[kComp<T>][int(op)][int(shape)];
     runJob(j, fn, roi.width, roi.height);
     return zkrStsNoErr;
 }

@@ -17,13 +17,13 @@
 #endif
 
 #include "mul_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
 #endif
 
-#define ZKR_NOINLINE __attribute__((noinline))
 
 namespace zkr::mul::ZKR_LEVEL_NS {
 namespace {
@@ -235,32 +235,13 @@ ZKR_NOINLINE void loopInPlaceMasked(const S* __restrict a, S* __restrict d, cons
 
 // ---- rows of a job --------------------------------------------------------------------------
 
-template <class S> inline S* rowOf(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<S*>(static_cast<char*>(base) + step * y);
-}
-template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
-}
-
-template <Shape sh> inline constexpr bool kReadsB = sh == Shape::Binary || sh == Shape::Scalar || sh == Shape::BinaryMasked;
-template <Shape sh> inline constexpr bool kScalarA = sh == Shape::Scalar || sh == Shape::ScalarInPlace;
 template <Shape sh> inline constexpr bool kMasked = sh == Shape::BinaryMasked || sh == Shape::InPlaceMasked;
-
-// Rows stored without gaps (step == row length) in every image are one long
-// row, saving the per-row overhead on small images.
-template <Shape sh> bool gapless(const EltJob& j, std::ptrdiff_t rowBytes) {
-    const bool aGapless = kScalarA<sh> || j.aPeriodic || j.aStep == rowBytes;
-    const bool bGapless = !kReadsB<sh> || j.bStep == rowBytes;
-    return aGapless && bGapless && j.dStep == rowBytes;
-}
 
 // Calls body(a, b, d, mask, n) over the rows [y0, y1) of a job, in pieces
 // that restart the repeating constant and mask patterns.
 template <class S, Shape sh, class Body> inline void forPieces(const EltJob& j, int y0, int y1, Body body) {
     const auto* m = static_cast<const MaskOf<S>*>(j.mask);
-    const bool flat = gapless<sh>(j, std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S)));
-    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
-    const int yEnd = flat ? y0 + 1 : y1;
+    const auto [yEnd, len] = rowRuns(eltGapless<sh>(j, std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S))), j.rowLen, y0, y1);
     const std::ptrdiff_t chunk = j.aPeriodic || m ? j.chunk : len;
     for (int y = y0; y < yEnd; ++y) {
         const S* a = rowOf<S>(j.a, j.aStep, y);
@@ -415,21 +396,21 @@ template <class S> constexpr void fillComplex(RowsFn (&out)[int(Shape::Count)]) 
     out[int(Shape::InPlaceMasked)] = &complexRows<S, Shape::InPlaceMasked>;
 }
 
-template <class S> constexpr void fillType(Kernels& ks, SType t) {
+template <class S> constexpr void fillType(Kernels& ks) {
     constexpr auto shapes = std::make_integer_sequence<int, int(Shape::Count)>{};
-    fillShapes<S, Kop::Mul>(ks.elt[int(t)][int(Kop::Mul)], shapes);
-    fillShapes<S, Kop::MulScale>(ks.elt[int(t)][int(Kop::MulScale)], shapes);
+    fillShapes<S, Kop::Mul>(ks.elt[kComp<S>][int(Kop::Mul)], shapes);
+    fillShapes<S, Kop::MulScale>(ks.elt[kComp<S>][int(Kop::MulScale)], shapes);
 }
 
 constexpr Kernels makeKernels() {
     Kernels ks{};
-    fillType<Zkr8u>(ks, SType::U8);
-    fillType<Zkr16u>(ks, SType::U16);
-    fillType<Zkr16s>(ks, SType::S16);
-    fillType<Zkr32f>(ks, SType::F32);
-    fillComplex<Zkr16s>(ks.cmul[int(CType::S16)]);
-    fillComplex<Zkr32s>(ks.cmul[int(CType::S32)]);
-    fillComplex<Zkr32f>(ks.cmul[int(CType::F32)]);
+    fillType<Zkr8u>(ks);
+    fillType<Zkr16u>(ks);
+    fillType<Zkr16s>(ks);
+    fillType<Zkr32f>(ks);
+    fillComplex<Zkr16s>(ks.cmul[kComp<Zkr16s>]);
+    fillComplex<Zkr32s>(ks.cmul[kComp<Zkr32s>]);
+    fillComplex<Zkr32f>(ks.cmul[kComp<Zkr32f>]);
     ks.premul[0][0] = &premulRows<Zkr8u, true>;
     ks.premul[0][1] = &premulRows<Zkr8u, false>;
     ks.premul[1][0] = &premulRows<Zkr16u, true>;
@@ -452,4 +433,3 @@ constinit const Kernels kernels = makeKernels();
 
 }  // namespace zkr::mul::ZKR_LEVEL_NS
 
-#undef ZKR_NOINLINE

@@ -21,6 +21,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "rows.h"
 #include "sqr_kernels.h"
 #include "zkrcore.h"
 
@@ -30,9 +31,8 @@
 
 namespace zkr::sqr::ZKR_LEVEL_NS {
 
-#define ZKR_NOINLINE __attribute__((noinline))
-
 #include "saturate.inc"
+#include "unary_rows.inc"
 
 // ---- element operations -------------------------------------------------------
 
@@ -88,47 +88,6 @@ struct Abs32f {
     explicit Abs32f(int) {}
     Zkr32f operator()(Zkr32f x) const { return __builtin_fabsf(x); }
 };
-
-// ---- row loops --------------------------------------------------------------
-
-template <class S, bool alpha, class F>
-ZKR_NOINLINE void loopNot(const S* __restrict s, S* __restrict d, std::ptrdiff_t n, F f) {
-    for (std::ptrdiff_t i = 0; i < n; ++i) {
-        const bool skip = alpha && (i & 3) == 3;
-        d[i] = skip ? d[i] : f(s[i]);
-    }
-}
-
-template <class S, bool alpha, class F>
-ZKR_NOINLINE void loopIn(S* __restrict d, std::ptrdiff_t n, F f) {
-    for (std::ptrdiff_t i = 0; i < n; ++i) {
-        const S x = d[i];
-        const bool skip = alpha && (i & 3) == 3;
-        d[i] = skip ? x : f(x);
-    }
-}
-
-template <class S> inline S* rowOf(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<S*>(static_cast<char*>(base) + step * y);
-}
-template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
-}
-
-// Images stored without gaps are processed as one long row (alpha stays on
-// every fourth component since rows hold whole pixels).
-template <class S, bool alpha, bool inPlace, class F> bool runRows(const UnaryJob& j, int y0, int y1, F f) {
-    const std::ptrdiff_t rowBytes = std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S));
-    const bool flat = j.dStep == rowBytes && (inPlace || j.sStep == rowBytes);
-    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
-    const int yEnd = flat ? y0 + 1 : y1;
-    for (int y = y0; y < yEnd; ++y) {
-        S* d = rowOf<S>(j.d, j.dStep, y);
-        if constexpr (inPlace) loopIn<S, alpha>(d, len, f);
-        else loopNot<S, alpha>(rowOf<S>(j.s, j.sStep, y), d, len, f);
-    }
-    return false;  // only roots report negative sources
-}
 
 // ---- square roots in blocks ----------------------------------------------------
 
@@ -204,58 +163,51 @@ ZKR_NOINLINE void sqrtFinish(const RootType<S>* __restrict r, S* __restrict d, i
     }
 }
 
-template <class S, bool alpha, bool inPlace> bool sqrtRows(const UnaryJob& j, int y0, int y1) {
+template <class S, bool alpha, bool inPlace> int sqrtRows(const UnaryJob& j, int y0, int y1) {
     const int sf = j.scale > 64 ? 64 : (j.scale < -64 ? -64 : j.scale);
     const double mul = std::ldexp(1.0, -sf);
     const std::ptrdiff_t rowBytes = std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S));
-    const bool flat = j.dStep == rowBytes && (inPlace || j.sStep == rowBytes);
-    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
-    const int yEnd = flat ? y0 + 1 : y1;
+    const RowRuns r = rowRuns(stepsAre(rowBytes, j.dStep, inPlace ? j.dStep : j.sStep), j.rowLen, y0, y1);
     alignas(64) RootType<S> roots[kSqrtBlock];
     int neg = 0;
-    for (int y = y0; y < yEnd; ++y) {
+    for (int y = y0; y < r.yEnd; ++y) {
         S* d = rowOf<S>(j.d, j.dStep, y);
         const S* s = inPlace ? d : rowOf<S>(j.s, j.sStep, y);
-        for (std::ptrdiff_t x = 0; x < len; x += kSqrtBlock) {
-            const int n = int(len - x < kSqrtBlock ? len - x : kSqrtBlock);
+        for (std::ptrdiff_t x = 0; x < r.len; x += kSqrtBlock) {
+            const int n = int(r.len - x < kSqrtBlock ? r.len - x : kSqrtBlock);
             neg |= sqrtPrepare<S, alpha>(s + x, roots, n);
             sqrtBlock(roots, n);
             sqrtFinish<S, alpha>(roots, d + x, n, mul);
         }
     }
-    return neg != 0;
+    return neg != 0 ? kNegative : 0;
 }
 
-template <class S, Kop op, bool alpha, bool inPlace> bool rows(const UnaryJob& j, int y0, int y1) {
-    if constexpr (op == Kop::Sqrt) {
-        return sqrtRows<S, alpha, inPlace>(j, y0, y1);
-    } else if constexpr (std::is_same_v<S, Zkr32f>) {
-        if constexpr (op == Kop::Sqr) return runRows<S, alpha, inPlace>(j, y0, y1, Sqr32f(0));
-        else return runRows<S, alpha, inPlace>(j, y0, y1, Abs32f(0));
-    } else if constexpr (op == Kop::Sqr) {
-        if (j.scale == 0) return runRows<S, alpha, inPlace>(j, y0, y1, SqrInt<S, Mode::Exact>(0));
-        if (j.scale > 0) return runRows<S, alpha, inPlace>(j, y0, y1, SqrInt<S, Mode::Down>(j.scale));
-        return runRows<S, alpha, inPlace>(j, y0, y1, SqrInt<S, Mode::Up>(j.scale));
-    } else {
-        static_assert(std::is_same_v<S, Zkr16s>, "Abs of this type is not in the family");
-        return runRows<S, alpha, inPlace>(j, y0, y1, Abs16s(0));
+// The rows of operation op on component type S, for setUnaryRows.
+template <class S, Kop op> struct Rows {
+    template <bool alpha, bool inPlace> static int run(const UnaryJob& j, int y0, int y1) {
+        if constexpr (op == Kop::Sqrt) {
+            return sqrtRows<S, alpha, inPlace>(j, y0, y1);
+        } else if constexpr (std::is_same_v<S, Zkr32f>) {
+            if constexpr (op == Kop::Sqr) return unaryRows<S, alpha, inPlace>(j, y0, y1, Sqr32f(0));
+            else return unaryRows<S, alpha, inPlace>(j, y0, y1, Abs32f(0));
+        } else if constexpr (op == Kop::Sqr) {
+            if (j.scale == 0) return unaryRows<S, alpha, inPlace>(j, y0, y1, SqrInt<S, Mode::Exact>(0));
+            if (j.scale > 0) return unaryRows<S, alpha, inPlace>(j, y0, y1, SqrInt<S, Mode::Down>(j.scale));
+            return unaryRows<S, alpha, inPlace>(j, y0, y1, SqrInt<S, Mode::Up>(j.scale));
+        } else {
+            static_assert(std::is_same_v<S, Zkr16s>, "Abs of this type is not in the family");
+            return unaryRows<S, alpha, inPlace>(j, y0, y1, Abs16s(0));
+        }
     }
-}
+};
 
 // ---- the level's kernel table -----------------------------------------------
 
-template <class S, Kop op> constexpr void fillOp(Kernels& ks) {
-    auto& r = ks.rows[int(ComponentType<S>::id)][int(op)];
-    r[0][0] = &rows<S, op, false, false>;
-    r[0][1] = &rows<S, op, false, true>;
-    r[1][0] = &rows<S, op, true, false>;
-    r[1][1] = &rows<S, op, true, true>;
-}
-
 template <class S> constexpr void fillType(Kernels& ks) {
-    fillOp<S, Kop::Sqr>(ks);
-    fillOp<S, Kop::Sqrt>(ks);
-    if constexpr (std::is_same_v<S, Zkr16s> || std::is_same_v<S, Zkr32f>) fillOp<S, Kop::Abs>(ks);
+    setUnaryRows<S, Rows<S, Kop::Sqr>>(ks, int(Kop::Sqr));
+    setUnaryRows<S, Rows<S, Kop::Sqrt>>(ks, int(Kop::Sqrt));
+    if constexpr (std::is_same_v<S, Zkr16s> || std::is_same_v<S, Zkr32f>) setUnaryRows<S, Rows<S, Kop::Abs>>(ks, int(Kop::Abs));
 }
 
 constexpr Kernels makeKernels() {
@@ -266,8 +218,6 @@ constexpr Kernels makeKernels() {
     fillType<Zkr32f>(ks);
     return ks;
 }
-
-#undef ZKR_NOINLINE
 
 constinit const Kernels kernels = makeKernels();
 

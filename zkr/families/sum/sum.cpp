@@ -97,7 +97,7 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     j.rowLen = a.roiSize.width * j.period;
 
     const Red red = redOf(op) == Red::Sum && fastHint(a) ? Red::SumFast : redOf(op);
-    const ChunkFn fn = kernels().fn[int(ComponentType<T>::id)][int(red)];
+    const ChunkFn fn = kernels().fn[kComp<T>][int(red)];
     const int height = a.roiSize.height;
     const std::int64_t pixels64 = std::int64_t(a.roiSize.width) * height;
     const int chunks = int(std::clamp<std::int64_t>(pixels64 / kChunkPixels, 1, std::min(height, kChunks)));

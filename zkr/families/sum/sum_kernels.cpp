@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "sum_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -19,17 +20,12 @@
 
 namespace zkr::sum::ZKR_LEVEL_NS {
 
-#define ZKR_NOINLINE __attribute__((noinline))
 // The per-row folds over a handful of channels stay scalar: vectorised, they
 // run full-width float operations on lanes past the channels (garbage from
 // the stack), which raise floating-point exception flags for nothing.
 #define ZKR_SCALAR __attribute__((optimize("no-tree-vectorize")))
 
 template <class S> inline constexpr bool kFloat = std::is_floating_point_v<S>;
-
-template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
-}
 
 // ---- sums ---------------------------------------------------------------------
 
@@ -229,7 +225,7 @@ template <class S> ZKR_SCALAR void qualityChunk(const RedJob& j, int y0, int y1,
 // ---- the level's kernel table -----------------------------------------------
 
 template <class S> constexpr void fillType(Kernels& ks) {
-    auto& f = ks.fn[int(ComponentType<S>::id)];
+    auto& f = ks.fn[kComp<S>];
     f[int(Red::Sum)] = &sumChunk<S, false>;
     f[int(Red::SumFast)] = &sumChunk<S, true>;
     f[int(Red::Min)] = &extremesChunk<S, true, false, false>;
@@ -249,7 +245,6 @@ constexpr Kernels makeKernels() {
     return ks;
 }
 
-#undef ZKR_NOINLINE
 #undef ZKR_SCALAR
 
 constinit const Kernels kernels = makeKernels();

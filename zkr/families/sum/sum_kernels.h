@@ -18,7 +18,6 @@
 
 namespace zkr::sum {
 
-enum class SType : int { U8, U16, S16, F32, Count };
 
 // What a kernel computes. Extremes: which of min and max, with or without
 // the first position of each.
@@ -50,16 +49,11 @@ struct ChunkOut {
 using ChunkFn = void (*)(const RedJob& job, int y0, int y1, ChunkOut& out);
 
 struct Kernels {
-    ChunkFn fn[int(SType::Count)][int(Red::Count)];
+    ChunkFn fn[kCompTypes][int(Red::Count)];
 };
 
 ZKR_DECLARE_LEVEL_KERNELS(Kernels)
 
-template <class S> struct ComponentType;
-template <> struct ComponentType<Zkr8u>  { static constexpr SType id = SType::U8; };
-template <> struct ComponentType<Zkr16u> { static constexpr SType id = SType::U16; };
-template <> struct ComponentType<Zkr16s> { static constexpr SType id = SType::S16; };
-template <> struct ComponentType<Zkr32f> { static constexpr SType id = SType::F32; };
 
 inline const Kernels& kernels() { return ZKR_LEVEL_KERNELS(); }
 

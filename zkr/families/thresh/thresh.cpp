@@ -122,7 +122,7 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     j.rowLen = a.roiSize.width * period;
     j.tLo = k.tLo, j.vLo = k.vLo, j.tHi = k.tHi, j.vHi = k.vHi;
     constexpr Shape shape = L == Layout::C1 ? Shape::C1 : (L == Layout::AC4 ? Shape::AC4 : Shape::Cn);
-    const RowsFn fn = kernels().rows[int(ComponentType<S>::id)][int(kind)][int(shape)][inPlace];
+    const RowsFn fn = kernels().rows[kComp<S>][int(kind)][int(shape)][inPlace];
     forRowBands(std::int64_t(a.roiSize.width) * a.roiSize.height, a.roiSize.height,
                 [&](int y0, int y1) { fn(j, y0, y1); });
     return zkrStsNoErr;

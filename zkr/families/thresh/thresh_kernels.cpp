@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "thresh_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -18,8 +19,6 @@
 #endif
 
 namespace zkr::thresh::ZKR_LEVEL_NS {
-
-#define ZKR_NOINLINE __attribute__((noinline))
 
 // ---- the test of one component -------------------------------------------------
 
@@ -77,13 +76,6 @@ ZKR_NOINLINE void loopBlockIn(S* __restrict d, int n, const S* __restrict tLo, c
     }
 }
 
-template <class S> inline S* rowOf(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<S*>(static_cast<char*>(base) + step * y);
-}
-template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
-}
-
 template <class S> inline S valueAt(const void* p) {
     S v;
     std::memcpy(&v, p, sizeof v);
@@ -94,9 +86,7 @@ template <class S> inline S valueAt(const void* p) {
 // pixels, so the channel of a component stays its index modulo the pixel size.
 template <class S, Kind k, Shape shape, bool inPlace> void rows(const ThreshJob& j, int y0, int y1) {
     const std::ptrdiff_t rowBytes = std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S));
-    const bool flat = j.dStep == rowBytes && (inPlace || j.sStep == rowBytes);
-    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
-    const int yEnd = flat ? y0 + 1 : y1;
+    const auto [yEnd, len] = rowRuns(stepsAre(rowBytes, j.dStep, inPlace ? j.dStep : j.sStep), j.rowLen, y0, y1);
     for (int y = y0; y < yEnd; ++y) {
         S* d = rowOf<S>(j.d, j.dStep, y);
         if constexpr (shape == Shape::C1) {
@@ -142,7 +132,7 @@ void histogram(const Zkr8u* src, std::ptrdiff_t step, int width, int y0, int y1,
 // ---- the level's kernel table -----------------------------------------------
 
 template <class S, Kind k> constexpr void fillKind(Kernels& ks) {
-    auto& r = ks.rows[int(ComponentType<S>::id)][int(k)];
+    auto& r = ks.rows[kComp<S>][int(k)];
     r[int(Shape::C1)][0] = &rows<S, k, Shape::C1, false>;
     r[int(Shape::C1)][1] = &rows<S, k, Shape::C1, true>;
     r[int(Shape::Cn)][0] = &rows<S, k, Shape::Cn, false>;
@@ -168,8 +158,6 @@ constexpr Kernels makeKernels() {
     ks.histogram = &histogram;
     return ks;
 }
-
-#undef ZKR_NOINLINE
 
 constinit const Kernels kernels = makeKernels();
 

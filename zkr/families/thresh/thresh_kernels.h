@@ -19,7 +19,6 @@
 namespace zkr::thresh {
 
 // Component types the kernels are compiled for.
-enum class SType : int { U8, U16, S16, F32, Count };
 
 // Kind::Lo: x < tLo ? vLo : x.  Kind::Hi: x > tHi ? vHi : x.
 // Kind::Both: x < tLo ? vLo : (x > tHi ? vHi : x), with tLo <= tHi.
@@ -58,17 +57,12 @@ using HistFn = void (*)(const Zkr8u* src, std::ptrdiff_t step, int width, int y0
 
 // kernels.rows[type][kind][shape][inPlace].
 struct Kernels {
-    RowsFn rows[int(SType::Count)][int(Kind::Count)][int(Shape::Count)][2];
+    RowsFn rows[kCompTypes][int(Kind::Count)][int(Shape::Count)][2];
     HistFn histogram;
 };
 
 ZKR_DECLARE_LEVEL_KERNELS(Kernels)
 
-template <class S> struct ComponentType;
-template <> struct ComponentType<Zkr8u>  { static constexpr SType id = SType::U8; };
-template <> struct ComponentType<Zkr16u> { static constexpr SType id = SType::U16; };
-template <> struct ComponentType<Zkr16s> { static constexpr SType id = SType::S16; };
-template <> struct ComponentType<Zkr32f> { static constexpr SType id = SType::F32; };
 
 // The kernels of the dispatch level in force.
 inline const Kernels& kernels() { return ZKR_LEVEL_KERNELS(); }

@@ -25,7 +25,7 @@ ZkrStatus runVector(Kop op, const T* a, const T* b, T* d, int len, int scaleFact
     j.rowLen = len * zkr::ElemInfo<T>::comps;
     j.scale = scaleFactor;
     constexpr zkr::Shape shape = ScalarA ? zkr::Shape::Scalar : zkr::Shape::Binary;
-    zkr::add::kernels().elt[int(zkr::add::kSType<T>)][int(op)][int(shape)](j, 0, 1);
+    zkr::add::kernels().elt[zkr::kComp<T>][int(op)][int(shape)](j, 0, 1);
     return zkrStsNoErr;
 }
 
