@@ -4,10 +4,10 @@
 // with, and the filter's threshold. One test per library function of the family's table.
 #include <cstring>
 
+#include "zkrcore.h"
 #include "qmstepiterator.h"
 #include "zk.h"
 #include "zkfamily.h"
-#include "zkrcore.h"
 
 namespace {
 
