@@ -37,6 +37,7 @@
 #include <type_traits>
 
 #include "exp_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -45,7 +46,7 @@
 
 namespace zkr::expln::ZKR_LEVEL_NS {
 
-#define ZKR_NOINLINE __attribute__((noinline))
+#include "unary_rows.inc"
 
 // ---- double cores -----------------------------------------------------------------
 
@@ -218,66 +219,26 @@ struct LnFloat {
     }
 };
 
-// ---- row loops --------------------------------------------------------------
+// ---- rows ------------------------------------------------------------------
 
-template <class S, class F> ZKR_NOINLINE int loopNot(const S* __restrict s, S* __restrict d, std::ptrdiff_t n, F f) {
-    int met = 0;
-    for (std::ptrdiff_t i = 0; i < n; ++i) {
-        met |= F::met(s[i]);
-        d[i] = f(s[i]);
+// The rows of operation op on component type S, for setUnaryRowsNoAlpha.
+template <class S, Kop op> struct Rows {
+    template <bool alpha, bool inPlace> static int run(const UnaryJob& j, int y0, int y1) {
+        if constexpr (std::is_same_v<S, Zkr32f>) {
+            if constexpr (op == Kop::Exp) return unaryRows<S, alpha, inPlace>(j, y0, y1, ExpFloat(0));
+            else return unaryRows<S, alpha, inPlace>(j, y0, y1, LnFloat(0));
+        } else {
+            if constexpr (op == Kop::Exp) return unaryRows<S, alpha, inPlace>(j, y0, y1, ExpInt<S>(j.scale));
+            else return unaryRows<S, alpha, inPlace>(j, y0, y1, LnInt<S>(j.scale));
+        }
     }
-    return met;
-}
-
-template <class S, class F> ZKR_NOINLINE int loopIn(S* __restrict d, std::ptrdiff_t n, F f) {
-    int met = 0;
-    for (std::ptrdiff_t i = 0; i < n; ++i) {
-        met |= F::met(d[i]);
-        d[i] = f(d[i]);
-    }
-    return met;
-}
-
-template <class S> inline S* rowOf(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<S*>(static_cast<char*>(base) + step * y);
-}
-template <class S> inline const S* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const S*>(static_cast<const char*>(base) + step * y);
-}
-
-// Images stored without gaps are processed as one long row.
-template <class S, bool inPlace, class F> int runRows(const UnaryJob& j, int y0, int y1, F f) {
-    const std::ptrdiff_t rowBytes = std::ptrdiff_t(j.rowLen) * std::ptrdiff_t(sizeof(S));
-    const bool flat = j.dStep == rowBytes && (inPlace || j.sStep == rowBytes);
-    const std::ptrdiff_t len = flat ? std::ptrdiff_t(j.rowLen) * (y1 - y0) : j.rowLen;
-    const int yEnd = flat ? y0 + 1 : y1;
-    int met = 0;
-    for (int y = y0; y < yEnd; ++y) {
-        S* d = rowOf<S>(j.d, j.dStep, y);
-        if constexpr (inPlace) met |= loopIn<S>(d, len, f);
-        else met |= loopNot<S>(rowOf<S>(j.s, j.sStep, y), d, len, f);
-    }
-    return met;
-}
-
-template <class S, Kop op, bool inPlace> int rows(const UnaryJob& j, int y0, int y1) {
-    if constexpr (std::is_same_v<S, Zkr32f>) {
-        if constexpr (op == Kop::Exp) return runRows<S, inPlace>(j, y0, y1, ExpFloat(0));
-        else return runRows<S, inPlace>(j, y0, y1, LnFloat(0));
-    } else {
-        if constexpr (op == Kop::Exp) return runRows<S, inPlace>(j, y0, y1, ExpInt<S>(j.scale));
-        else return runRows<S, inPlace>(j, y0, y1, LnInt<S>(j.scale));
-    }
-}
+};
 
 // ---- the level's kernel table -----------------------------------------------
 
 template <class S> constexpr void fillType(Kernels& ks) {
-    auto& r = ks.rows[int(ComponentType<S>::id)];
-    r[int(Kop::Exp)][0] = &rows<S, Kop::Exp, false>;
-    r[int(Kop::Exp)][1] = &rows<S, Kop::Exp, true>;
-    r[int(Kop::Ln)][0] = &rows<S, Kop::Ln, false>;
-    r[int(Kop::Ln)][1] = &rows<S, Kop::Ln, true>;
+    setUnaryRowsNoAlpha<S, Rows<S, Kop::Exp>>(ks, int(Kop::Exp));
+    setUnaryRowsNoAlpha<S, Rows<S, Kop::Ln>>(ks, int(Kop::Ln));
 }
 
 constexpr Kernels makeKernels() {
@@ -289,7 +250,6 @@ constexpr Kernels makeKernels() {
     return ks;
 }
 
-#undef ZKR_NOINLINE
 
 constinit const Kernels kernels = makeKernels();
 

@@ -31,13 +31,12 @@
 #include <type_traits>
 
 #include "filterbox_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
 #endif
-
-#define ZKR_NOINLINE __attribute__((noinline))
 
 namespace zkr::filterbox::ZKR_LEVEL_NS {
 namespace {
@@ -612,4 +611,3 @@ constinit const Kernels kernels = makeKernels();
 
 }  // namespace zkr::filterbox::ZKR_LEVEL_NS
 
-#undef ZKR_NOINLINE

@@ -9,23 +9,15 @@
 #include <xmmintrin.h>
 
 #include "resize_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
 #endif
 
-#define ZKR_NOINLINE __attribute__((noinline))
-
 namespace zkr::resize::ZKR_LEVEL_NS {
 namespace {
-
-template <class T> const T* rowOf(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const T*>(static_cast<const unsigned char*>(base) + step * y);
-}
-template <class T> T* rowOf(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<T*>(static_cast<unsigned char*>(base) + step * y);
-}
 
 // A float sample as an element: integers rounded half up and saturated.
 template <class T> inline T store(float v) {
@@ -299,4 +291,3 @@ constinit const Kernels kernels = {{&band<Zkr8u>, &band<Zkr16u>, &band<Zkr16s>, 
 
 }  // namespace zkr::resize::ZKR_LEVEL_NS
 
-#undef ZKR_NOINLINE
