@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "float_fills.h"
 
 #define ZKR_TABLE "div/div.tbl"
 #include "zkr_declare.h"
@@ -36,46 +37,6 @@ Form formOf(const std::string& form) {
 
 // The rounding mode the Div_Round rows are called with (their call entries are plain functions).
 ZkrRoundMode g_roundMode = zkrRndNear;
-
-template <class T>
-Case describe(const char* name, const char* form, const char* layout, const char*,
-              ZkrStatus (*call)(const eltwise::Args&)) {
-    Case c = eltwise::describeRow<T>(name, form, layout, call);
-    const std::string l = layout;
-    const Form f = formOf(c.form);
-    c.kind = int(f);
-    const bool inPlace = f == Form::BinInPlace || f == Form::ConstInPlace || f == Form::RoundInPlace;
-    const bool constant = f == Form::Const || f == Form::ConstInPlace;
-    c.sources = constant ? (inPlace ? 0 : 1) : (inPlace ? 1 : 2);
-    c.nval = constant ? (c.form.rfind("const1", 0) == 0 ? 1 : (l == "C4" ? 4 : 3)) : 0;
-    return c;
-}
-
-struct RoundBag : Bag {
-    int rndMode = zkrRndNear;
-};
-
-std::vector<Case> expandTable() {
-    std::vector<Case> cases;
-#define ZKR_FN(name, form, T, L, op) ZKRTEST_ELTWISE_ROW(describe, name, form, T, L, op)
-#include "div/div.tbl"
-#undef ZKR_FN
-#define ZKR_FN(name, form, T, L, op)                                                                    \
-    cases.push_back(describe<T>(#name, #form, #L, #op, [](const eltwise::Args& a) -> ZkrStatus {      \
-        RoundBag b;                                                                                     \
-        static_cast<Bag&>(b) = a.bag();                                                                 \
-        b.rndMode = g_roundMode;                                                                        \
-        return ZKR_CALL(b, name, form, T);                                                              \
-    }));
-#include "div/div_round.tbl"
-#undef ZKR_FN
-    return cases;
-}
-
-const std::vector<Case>& familyCases() {
-    static const std::vector<Case> cases = expandTable();
-    return cases;
-}
 
 // ---- reference arithmetic ----------------------------------------------------------------
 
@@ -140,6 +101,18 @@ template <class S> S refDivide(const S* x, const S* y, int comps, int part, int 
 }
 
 struct DivModel {
+    using Types = eltwise::Types<Zkr8u, Zkr16u, Zkr16s, Zkr32s, Zkr32f>;
+    static constexpr const char* columns[] = {"layout", "op"};
+    // Div_Round rows are called with the rounding mode of the walk.
+    struct Bag : zkrtest::Bag {
+        int rndMode = zkrRndNear;
+    };
+    static void bind(Bag& b, const eltwise::Args&) { b.rndMode = g_roundMode; }
+    static void describe(Case& c) {
+        c.kind = int(formOf(c.form));
+        if (rounding(c)) c.sources = c.inPlace ? 1 : 2;
+    }
+
     // The dividend and divisor elements behind component i of row y.
     template <class S> struct Operands {
         S x[2], y[2];
@@ -206,6 +179,20 @@ struct DivModel {
         return zkrStsNoErr;
     }
 };
+
+std::vector<Case> divRows() {
+    std::vector<Case> cases;
+#define ZKR_FN(name, form, T, ...) ZKRTEST_ELTWISE_CASE(DivModel, name, form, T, __VA_ARGS__)
+#include "div/div.tbl"
+#include "div/div_round.tbl"
+#undef ZKR_FN
+    return cases;
+}
+
+const std::vector<Case>& familyCases() {
+    static const std::vector<Case> cases = divRows();
+    return cases;
+}
 
 class DivFamily : public testing::WithParamInterface<Form>, public LibraryStateTest {
 protected:
@@ -369,6 +356,27 @@ TEST_F(DivEdges, ComplexIntegerQuotientsAreExactAtLargeScales) {
     EXPECT_EQ(zkriDiv_32sc_C1RSfs(divisor, 8, dividend, 8, out, 8, {1, 1}, -96), zkrStsNoErr);
     EXPECT_EQ(out[0].re, INT32_MAX);
     EXPECT_EQ(out[0].im, INT32_MIN);
+}
+
+// Every float function over the hostile fills (NaN, infinities, zeros of both signs, denormals,
+// 1e-30 to 1e30 of both signs) on every level, with one and two threads: the model's
+// IEEE result (x / 0 an infinity of the quotient's sign, 0 / 0 NaN), and no floating-point flag
+// the operation itself does not raise.
+class DivFloatEdges : public LibraryStateTest {};
+
+TEST_F(DivFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
+    forEachCase(familyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [](const Case& c) {
+        std::mt19937 rng(606);
+        forEachLevel([&](const Level&) {
+            for (int threads : {1, 2}) {
+                SCOPED_TRACE(testing::Message() << threads << " threads");
+                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+                eltwise::Call<DivModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
+                floats::checkHostileElementwise(call, rng);
+                if (testing::Test::HasFailure()) return;
+            }
+        });
+    });
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "float_fills.h"
 
 #define ZKR_TABLE "logic/and.tbl"
 #include "zkr_declare.h"
@@ -485,6 +486,28 @@ TEST(LogicFamilyEdges, MaxMinEveryKeepTheDestinationOnNanAndEqualZeros) {
         EXPECT_TRUE(std::isnan(mn[6]));
     }
     zkrInit();
+}
+
+// Every float function over the hostile fills (NaN, infinities, zeros of both signs, denormals,
+// 1e-30 to 1e30 of both signs) on every level, with one and two threads: the model's result
+// (MaxEvery and MinEvery keep the destination where a NaN is met), and no floating-point flag the
+// operation itself does not raise but invalid, which the ordered comparison of MaxEvery and MinEvery
+// raises for a NaN as C's > and < do (the test's scalar model is compiled to a quiet compare).
+class LogicFloatEdges : public LibraryStateTest {};
+
+TEST_F(LogicFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
+    forEachCase(familyCases().elementWise, [](const Case& c) { return c.comp == CompType::F32; }, [](const Case& c) {
+        std::mt19937 rng(606);
+        forEachLevel([&](const Level&) {
+            for (int threads : {1, 2}) {
+                SCOPED_TRACE(testing::Message() << threads << " threads");
+                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+                eltwise::Call<LogicModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
+                floats::checkHostileElementwise(call, rng, floats::kInvalid);
+                if (testing::Test::HasFailure()) return;
+            }
+        });
+    });
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "float_fills.h"
 
 #define ZKR_TABLE "mul/mul.tbl"
 #include "zkr_declare.h"
@@ -46,63 +47,6 @@ Op opOf(const std::string& op) {
     if (op == "AlphaPremul") return Op::Premul;
     if (op == "CompColorKey") return Op::ColorKey;
     return Op::ByMax;
-}
-
-template <class T>
-Case describe(const char* name, const char* form, const char* layout, const char* op,
-              ZkrStatus (*call)(const eltwise::Args&)) {
-    Case c = eltwise::describeRow<T>(name, form, layout, call);
-    const std::string l = layout;
-    const Form f = formOf(c.form);
-    c.kind = int(f);
-    c.op = int(opOf(op));
-    switch (f) {
-        case Form::Bin: case Form::ColorKey: c.sources = 2; break;
-        case Form::BinInPlace: case Form::Const: case Form::Unary: case Form::AlphaC: c.sources = 1; break;
-        default: c.sources = 0;
-    }
-    const bool byValue = c.form.rfind("const1", 0) == 0 || c.form == "colorkey1" || f == Form::AlphaC ||
-                         f == Form::AlphaCInPlace;
-    const bool hasConstant = f == Form::Const || f == Form::ConstInPlace || f == Form::AlphaC ||
-                             f == Form::AlphaCInPlace || f == Form::ColorKey;
-    c.nval = !hasConstant ? 0 : (byValue ? 1 : (l == "C4" ? 4 : 3));
-    return c;
-}
-
-// The family's constants have their own parameter names; each reads the case's values.
-struct MulBag : Bag {
-    const void* alpha = nullptr;
-    const void* colorKey = nullptr;
-};
-
-#define MULTEST_ROW(name, form, T, L, op)                                                                   \
-    cases.push_back(describe<T>(#name, #form, #L, #op, [](const eltwise::Args& a) -> ZkrStatus {         \
-        MulBag b;                                                                                          \
-        static_cast<Bag&>(b) = a.bag();                                                                    \
-        b.alpha = b.colorKey = a.values;                                                                   \
-        return ZKR_CALL(b, name, form, T);                                                                 \
-    }));
-
-std::vector<Case> expandTable(bool ys) {
-    std::vector<Case> cases;
-#define ZKR_FN(name, form, T, L, op) MULTEST_ROW(name, form, T, L, op)
-    if (ys) {
-#include "mul/alphapremul_ys.tbl"
-    } else {
-#include "mul/mul.tbl"
-    }
-#undef ZKR_FN
-    return cases;
-}
-
-const std::vector<Case>& familyCases() {
-    static const std::vector<Case> cases = [] {
-        std::vector<Case> all = expandTable(false);
-        const std::vector<Case> ys = expandTable(true);
-        all.insert(all.end(), ys.begin(), ys.end());
-        return all;
-    }();
-    return cases;
 }
 
 // ---- reference arithmetic -------------------------------------------------------------------
@@ -152,6 +96,22 @@ template <class S> S refComplex(S ar, S ai, S br, S bi, int part, int sf) {
 }
 
 struct MulModel {
+    using Types = eltwise::Types<Zkr8u, Zkr16u, Zkr16s, Zkr32s, Zkr32f>;
+    static constexpr const char* columns[] = {"layout", "op"};
+    // The family's constants have their own parameter names; each reads the case's values.
+    struct Bag : zkrtest::Bag {
+        const void* alpha = nullptr;
+        const void* colorKey = nullptr;
+    };
+    static void bind(Bag& b, const eltwise::Args& a) { b.alpha = b.colorKey = a.values; }
+    static void describe(Case& c) {
+        const Form f = formOf(c.form);
+        c.kind = int(f);
+        c.op = int(opOf(c.columns[1]));
+        if (f == Form::ColorKey) c.sources = 2, c.nval = c.form == "colorkey1" ? 1 : (c.channels == 4 && !c.alpha ? 4 : 3);
+        if (f == Form::AlphaC || f == Form::AlphaCInPlace) c.sources = c.inPlace ? 0 : 1, c.nval = 1;
+    }
+
     template <class S>
     static S expected(const eltwise::Call<MulModel, S>& call, const Plane<S>& before, int y, int i, int sf) {
         const Case& c = *call.fc;
@@ -185,6 +145,20 @@ struct MulModel {
         else return refScale<S>(std::int64_t(a(i)) * b(i), sf);
     }
 };
+
+std::vector<Case> mulRows() {
+    std::vector<Case> cases;
+#define ZKR_FN(name, form, T, ...) ZKRTEST_ELTWISE_CASE(MulModel, name, form, T, __VA_ARGS__)
+#include "mul/mul.tbl"
+#include "mul/alphapremul_ys.tbl"
+#undef ZKR_FN
+    return cases;
+}
+
+const std::vector<Case>& familyCases() {
+    static const std::vector<Case> cases = mulRows();
+    return cases;
+}
 
 class MulFamily : public testing::WithParamInterface<Form>, public LibraryStateTest {
 protected:
@@ -225,10 +199,9 @@ INSTANTIATE_TEST_SUITE_P(Zkri, MulFamily,
 
 TEST(MulFamilyTable, HasEveryVariantOnceAndTheModulesAreDisjoint) {
     eltwise::expectUniqueNames(familyCases());
-    EXPECT_EQ(expandTable(false).size(), 161u);
-    const std::vector<Case> ys = expandTable(true);
-    EXPECT_EQ(ys.size(), 8u);
-    for (const Case& c : ys) EXPECT_NE(c.name.find("IR"), std::string::npos) << c.name << " is not in place";
+    // mul.tbl's 161 rows, then alphapremul_ys.tbl's 8, all in place.
+    ASSERT_EQ(familyCases().size(), 169u);
+    for (std::size_t k = 161; k < 169; ++k) EXPECT_TRUE(familyCases()[k].inPlace) << familyCases()[k].name;
 }
 
 // ---- edges ----------------------------------------------------------------------------------------
@@ -330,6 +303,26 @@ TEST(MulColorKey, ReplacesOnlyPixelsEqualToTheKeyInEveryColourChannel) {
                 });
             });
         });
+}
+
+// Every float function over the hostile fills (NaN, infinities, zeros of both signs, denormals,
+// 1e-30 to 1e30 of both signs) on every level, with one and two threads: the model's
+// IEEE result, and no floating-point flag the operation itself does not raise.
+class MulFloatEdges : public LibraryStateTest {};
+
+TEST_F(MulFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
+    forEachCase(familyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [](const Case& c) {
+        std::mt19937 rng(606);
+        forEachLevel([&](const Level&) {
+            for (int threads : {1, 2}) {
+                SCOPED_TRACE(testing::Message() << threads << " threads");
+                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+                eltwise::Call<MulModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
+                floats::checkHostileElementwise(call, rng);
+                if (testing::Test::HasFailure()) return;
+            }
+        });
+    });
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 // reference model (computed without the kernel's algorithm) and the flags its page allows.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <xmmintrin.h>
 
 #include <algorithm>
@@ -147,6 +148,53 @@ template <class Body> unsigned flagsOf(Body body) {
     const unsigned f = readFlags();
     clearFlags();
     return f;
+}
+
+// ---- element-wise calls ---------------------------------------------------------------------------
+
+// For a call of the element-wise harness (a Call with optional sources src1 / src2, a destination
+// plane, args(sf), expected(before, y, i, sf) and expectedStatus(before)): fills the float operands
+// (sources, and the destination, which in-place forms read) with the hostile fills, runs the
+// function and checks every component against the model: NaN where the model gives NaN (any NaN),
+// the model's bits elsewhere, the sources untouched. Then checks that the call raised no flag the
+// model's own scalar evaluation of the same components did not raise (inexact, and the flags the
+// family's page names in `alsoAllowed`, aside): the kernels may not add a flag to what the
+// operation itself raises in C.
+template <class CallT>
+void checkHostileElementwise(CallT& call, std::mt19937& rng, unsigned alsoAllowed = 0, double specialShare = 0.1) {
+    if (call.src1) fillHostile(call.src1->data, rng, specialShare);
+    if (call.src2) fillHostile(call.src2->data, rng, specialShare);
+    fillHostile(call.dst.data, rng, specialShare);
+    const auto before = call.dst;
+    const std::vector<float> s1 = call.src1 ? call.src1->data : std::vector<float>{};
+    const std::vector<float> s2 = call.src2 ? call.src2->data : std::vector<float>{};
+    const auto args = call.args(0);
+    const auto status = call.expectedStatus(before);
+    decltype(call.fc->call(args)) got = status;
+    const unsigned raised = flagsOf([&] { got = call.fc->call(args); });
+    ASSERT_EQ(got, status);
+    std::vector<float> want(std::size_t(before.height) * std::size_t(before.rowComps()));
+    const unsigned modelFlags = flagsOf([&] {
+        for (int y = 0; y < before.height; ++y)
+            for (int i = 0; i < before.rowComps(); ++i)
+                want[std::size_t(y) * std::size_t(before.rowComps()) + std::size_t(i)] = call.expected(before, y, i, 0);
+    });
+    for (int y = 0; y < before.height; ++y)
+        for (int i = 0; i < before.rowComps(); ++i) {
+            const float w = want[std::size_t(y) * std::size_t(before.rowComps()) + std::size_t(i)];
+            const float g = call.dst.at(y, i);
+            const bool ok = std::isnan(w) ? std::isnan(g) : bitsOf(g) == bitsOf(w);
+            ASSERT_TRUE(ok) << "row " << y << " component " << i << ": got " << g << ", want " << w << " (inputs "
+                            << (call.src1 ? call.src1->at(y, i) : before.at(y, i)) << ", "
+                            << (call.src2 ? call.src2->at(y, i) : before.at(y, i)) << ")";
+        }
+    auto same = [](const std::vector<float>& a, const std::vector<float>& b) {
+        return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
+    };
+    EXPECT_TRUE(!call.src1 || same(call.src1->data, s1)) << "source 1 modified";
+    EXPECT_TRUE(!call.src2 || same(call.src2->data, s2)) << "source 2 modified";
+    EXPECT_EQ(raised & ~(modelFlags | kInexact | alsoAllowed), 0u)
+        << "the call raised " << flagNames(raised) << ", the operation itself " << flagNames(modelFlags);
 }
 
 }  // namespace zkrtest::floats
