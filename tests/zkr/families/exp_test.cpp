@@ -7,7 +7,6 @@
 #include <climits>
 #include <cmath>
 #include <limits>
-#include <string>
 #include <vector>
 
 #include "eltwise_harness.h"
@@ -25,33 +24,7 @@ namespace {
 
 using eltwise::Case;
 
-enum class Form { Unary, UnaryInPlace };
 enum class Op { Exp, Ln };
-
-template <class T>
-Case describe(const char* name, const char* form, const char* layout, const char* op,
-              ZkrStatus (*call)(const eltwise::Args&)) {
-    Case c = eltwise::describeRow<T>(name, form, layout, call);
-    const Form f = c.form.rfind("unary_i", 0) == 0 ? Form::UnaryInPlace : Form::Unary;
-    c.kind = int(f);
-    c.op = int(std::string(op) == "Exp" ? Op::Exp : Op::Ln);
-    c.sources = f == Form::Unary ? 1 : 0;
-    return c;
-}
-
-std::vector<Case> expandTable() {
-    std::vector<Case> cases;
-#define ZKR_FN(name, form, T, L, op) ZKRTEST_ELTWISE_ROW(describe, name, form, T, L, op)
-#include "exp/exp.tbl"
-#include "exp/lni.tbl"
-#undef ZKR_FN
-    return cases;
-}
-
-const std::vector<Case>& familyCases() {
-    static const std::vector<Case> cases = expandTable();
-    return cases;
-}
 
 // ---- reference -------------------------------------------------------------------------
 
@@ -86,6 +59,10 @@ template <class S> S refLn(S x, int sf) {
 }
 
 struct ExpModel {
+    using Types = eltwise::Types<Zkr8u, Zkr16u, Zkr16s, Zkr32f>;
+    static constexpr const char* columns[] = {"layout", "op"};
+    static constexpr const char* ops[] = {"Exp", "Ln"};
+
     template <class S>
     static S expected(const eltwise::Call<ExpModel, S>& call, const Plane<S>& before, int y, int i, int sf) {
         const S x = call.input(before, y, i);
@@ -107,34 +84,22 @@ struct ExpModel {
     }
 };
 
-class ExpFamily : public testing::WithParamInterface<Form>, public LibraryStateTest {
-protected:
-    template <class Check> void walk(Check check) {
-        forEachCase(familyCases(), [&](const Case& c) { return Form(c.kind) == GetParam(); }, check);
-    }
-};
+std::vector<Case> expRows() {
+    std::vector<Case> cases;
+#define ZKR_FN(name, form, T, ...) ZKRTEST_ELTWISE_CASE(ExpModel, name, form, T, __VA_ARGS__)
+#include "exp/exp.tbl"
+#include "exp/lni.tbl"
+#undef ZKR_FN
+    return cases;
+}
 
-TEST_P(ExpFamily, MatchesReferenceOnEveryLevel) {
-    walk([](const Case& c) { eltwise::checkAgainstReference<ExpModel>(c); });
-}
-TEST_P(ExpFamily, ThreadSplitsMatchSingleThread) {
-    walk([](const Case& c) { eltwise::checkThreadSplits<ExpModel>(c); });
-}
-TEST_P(ExpFamily, StatusCodes) {
-    walk([](const Case& c) { eltwise::checkStatusCodes<ExpModel>(c); });
-}
+ZKRTEST_ELTWISE_FORMS(ExpFamily, ExpModel, expRows);
 
 TEST(ExpFamilyTable, HasEveryVariantOnce) {
-    eltwise::expectUniqueNames(familyCases());
+    eltwise::expectUniqueNames(ExpFamilyCases());
     // TimiExp: Exp 14, Ln 8; TimiLnI: Ln 8, Exp 2.
-    EXPECT_EQ(familyCases().size(), 32u);
+    EXPECT_EQ(ExpFamilyCases().size(), 32u);
 }
-
-std::string formName(const testing::TestParamInfo<Form>& info) {
-    return info.param == Form::Unary ? "Unary" : "UnaryInPlace";
-}
-
-INSTANTIATE_TEST_SUITE_P(Zkri, ExpFamily, testing::Values(Form::Unary, Form::UnaryInPlace), formName);
 
 // ---- the documented edge values, one by one ---------------------------------------------------
 
@@ -205,7 +170,7 @@ TEST_F(ExpEdges, LnWarnsAboutZeroAndNegativeArgumentsNegativeFirst) {
 // Every float function over the hostile fills (NaN, infinities, zeros of both signs, denormals,
 // 1e-30 to 1e30 of both signs) on every level, on one and two threads, against the C library.
 TEST_F(ExpEdges, FloatFunctionsOverHostileFills) {
-    forEachCase(familyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [](const Case& c) {
+    forEachCase(ExpFamilyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [](const Case& c) {
         std::mt19937 rng(404);
         forEachLevel([&](const Level&) {
             for (int threads : {1, 2}) {
@@ -238,7 +203,7 @@ TEST_F(ExpEdges, FloatFlagsAreAtMostThoseOfTheCLibraryAndAgreeAcrossLevels) {
     std::vector<float> args = floats::specials();
     for (float v : {-104.5f, -103.9f, -90.0f, -87.0f, -1e-20f, 0.5f, 88.7f, 88.8f, 100.0f, 1e-35f, 3.0e-39f})
         args.push_back(v);
-    forEachCase(familyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [&](const Case& c) {
+    forEachCase(ExpFamilyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [&](const Case& c) {
         const bool exp = Op(c.op) == Op::Exp;
         const int comps = 37 / c.channels * c.channels;
         for (float v : args) {
