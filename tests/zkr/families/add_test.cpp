@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "float_fills.h"
 
 #define ZKR_TABLE "add/add.tbl"
 #include "zkr_declare.h"
@@ -51,6 +52,26 @@ TEST(AddFamilyTable, HasEveryVariantOnce) {
     eltwise::expectUniqueNames(AddFamilyCases());
     // Four bases of 50 variants (7 types x 3 or 4 layouts x 2 forms) and Complement.
     EXPECT_EQ(AddFamilyCases().size(), 201u);
+}
+
+// Every float function over the hostile fills (NaN, infinities, zeros of both signs, denormals,
+// 1e-30 to 1e30 of both signs) on every level, with one and two threads: the model's
+// IEEE result, and no floating-point flag the operation itself does not raise.
+class AddFloatEdges : public LibraryStateTest {};
+
+TEST_F(AddFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
+    forEachCase(AddFamilyCases(), [](const eltwise::Case& c) { return c.comp == CompType::F32; }, [](const eltwise::Case& c) {
+        std::mt19937 rng(606);
+        forEachLevel([&](const Level&) {
+            for (int threads : {1, 2}) {
+                SCOPED_TRACE(testing::Message() << threads << " threads");
+                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+                eltwise::Call<AddModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
+                floats::checkHostileElementwise(call, rng, 0u);
+                if (testing::Test::HasFailure()) return;
+            }
+        });
+    });
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "float_fills.h"
 
 #define ZKR_TABLE "sqr/sqr.tbl"
 #include "zkr_declare.h"
@@ -179,6 +180,27 @@ TEST(SqrFamilyTable, CountsPerBase) {
     EXPECT_EQ(perOp[Op::Sqr], 32);
     EXPECT_EQ(perOp[Op::Sqrt], 25);
     EXPECT_EQ(perOp[Op::Abs], 16);
+}
+
+// Every float function over the hostile fills (NaN, infinities, zeros of both signs, denormals,
+// 1e-30 to 1e30 of both signs) on every level, with one and two threads: the model's
+// result (the root of a negative value or -inf NaN with the warning, of -0 -0, of NaN NaN without
+// it), and no floating-point flag the operation itself does not raise.
+class SqrFloatEdges : public LibraryStateTest {};
+
+TEST_F(SqrFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
+    forEachCase(SqrFamilyCases(), [](const eltwise::Case& c) { return c.comp == CompType::F32; }, [](const eltwise::Case& c) {
+        std::mt19937 rng(606);
+        forEachLevel([&](const Level&) {
+            for (int threads : {1, 2}) {
+                SCOPED_TRACE(testing::Message() << threads << " threads");
+                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+                eltwise::Call<SqrModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
+                floats::checkHostileElementwise(call, rng, 0u);
+                if (testing::Test::HasFailure()) return;
+            }
+        });
+    });
 }
 
 }  // namespace
