@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "family_support.h"
+#include "float_fills.h"
 #include "test_support.h"
 
 #define ZKR_TABLE "cmp/cmp.tbl"
@@ -53,10 +54,10 @@ template <class S> bool holds(ZkrCmpOp op, S x, S y) {
 // both signed zeros (equal to each other).
 template <class S> S pickValue(std::mt19937& rng) {
     if constexpr (std::is_floating_point_v<S>) {
-        using L = std::numeric_limits<S>;
-        static const S v[] = {S(0), S(-0.0), S(1), S(-1), S(0.5), L::max(), L::lowest(), L::infinity(),
-                              -L::infinity(), L::quiet_NaN(), L::denorm_min()};
-        return v[std::uniform_int_distribution<int>(0, 10)(rng)];
+        // The hostile float fills' specials, or a value from 1e-30 to 1e30 of either sign.
+        const std::vector<float>& sp = floats::specials();
+        const std::size_t k = std::uniform_int_distribution<std::size_t>(0, 2 * sp.size())(rng);
+        return k < sp.size() ? sp[k] : floats::wideValue(rng, k % 2 == 1);
     } else {
         using L = std::numeric_limits<S>;
         static const S v[] = {L::min(), S(L::min() + 1), S(0), S(1), S(L::max() - 1), L::max(), S(L::max() / 2)};
@@ -95,7 +96,26 @@ template <class S> void checkCase(const CmpCase& c, ZkriSize size, bool padded, 
     bag.roiSize = size;
     bag.value = values;
     bag.cmpOp = op;
-    ASSERT_EQ(c.call(bag), zkrStsNoErr);
+    ZkrStatus status = zkrStsNoErr;
+    const unsigned raised = floats::flagsOf([&] { status = c.call(bag); });
+    ASSERT_EQ(status, zkrStsNoErr);
+    if constexpr (std::is_floating_point_v<S>) {
+        // Flags: the ordered comparisons raise invalid for a NaN, as C's < <= >= > do, on every
+        // level; equality is quiet; a denormal operand may raise the denormal-operand flag.
+        bool nan = false;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                for (int k = 0; k < c.active; ++k) {
+                    const S q = c.kind == Kind::TwoImages ? b.at(y, x * c.channels + k) : values[k];
+                    nan = nan || std::isnan(a.at(y, x * c.channels + k)) || std::isnan(q);
+                }
+        const unsigned invalid = op == zkrCmpEq ? 0u : floats::kInvalid;
+        EXPECT_EQ(raised & ~(invalid | floats::kDenormal), 0u) << "raised " << floats::flagNames(raised);
+        EXPECT_EQ(raised & floats::kInvalid, nan ? invalid : 0u)
+            << "op " << int(op) << (nan ? " with" : " without") << " a NaN raised " << floats::flagNames(raised);
+    } else {
+        EXPECT_EQ(raised, 0u) << "integer comparisons raised " << floats::flagNames(raised);
+    }
 
     for (std::size_t i = 0; i < d.data.size(); ++i) {
         if (!d.insideRoi(i)) {
