@@ -11,6 +11,22 @@
 #include "qmparameter.h"
 #include "qmvaluetext.h"
 
+// The scalar components of a value: the value itself, or the two dimensions of a size. Ranges and
+// limits apply to each component.
+template <class T>
+struct qmStepComponents {
+    static constexpr int count = 1;
+    static T get(const T& v, int) { return v; }
+    static void set(T& v, int, T c) { v = c; }
+};
+
+template <>
+struct qmStepComponents<ZkriSize> {
+    static constexpr int count = 2;
+    static int get(const ZkriSize& v, int i) { return i ? v.height : v.width; }
+    static void set(ZkriSize& v, int i, int c) { (i ? v.height : v.width) = c; }
+};
+
 template <class T>
 class qmIterator {
 public:
@@ -75,6 +91,36 @@ public:
         reset();
     }
 
+    // The values the test module can handle: every value of a definition, typed or read (each
+    // dimension of a size, both limits of a range), must lie in [lo, hi]. A value outside is refused
+    // with "Invalid value of <name> = <value> (allowed: <lo> to <hi>)" before any set runs.
+    // Returns true, so that a module can declare the limits in a static initialiser.
+    bool setLimits(T lo, T hi) {
+        m_lo = lo;
+        m_hi = hi;
+        m_limited = true;
+        return true;
+    }
+    bool limited() const { return m_limited; }
+    bool withinLimits(const T& v) const {
+        if (!m_limited) return true;
+        using Parts = qmStepComponents<T>;
+        if constexpr (requires(const T& a) { Parts::get(a, 0) >= Parts::get(a, 0); }) {
+            for (int i = 0; i < Parts::count; ++i) {
+                const auto c = Parts::get(v, i);
+                if (!(c >= Parts::get(m_lo, i) && c <= Parts::get(m_hi, i))) return false;  // NaN fails too
+            }
+        }
+        return true;
+    }
+    qmString limitsText() const { return this->valueToString(m_lo) + " to " + this->valueToString(m_hi); }
+    // Refuses a value outside the limits, naming the parameter, the value and the range.
+    void checkLimits(const T& v, const qmString& text) const {
+        if (!withinLimits(v))
+            throw qmException("Invalid value of " + m_name + " = " + text + " (allowed: " + limitsText() + ")");
+    }
+    qmString validString() const override { return m_limited ? limitsText() : qmString(); }
+
     // A value still accepted but shown by another text in output (e.g. a renamed mode).
     void addDeprecated(T value, const qmString& text) { m_deprecated.append({value, text}); }
     bool isDeprecatedParm() override { return !m_deprecated.empty(); }
@@ -98,11 +144,22 @@ protected:
             qmString item = piece.trimmed();
             if (item.empty()) continue;
             T v = this->validItem(item);
-            if (item.error()) throw qmException("Invalid value of " + m_name + " = " + item);
+            if (item.error()) throw qmException("Invalid value of " + m_name + " = " + item + validNote());
+            checkLimits(v, item);
             out.append(v);
         }
-        if (out.empty()) throw qmException("Empty iterator definition");
+        if (out.empty()) throw qmException(qmString("Empty iterator definition") + emptyNote(definition));
         return out;
+    }
+
+    // " (allowed: ...)" after a refused item when the parameter says what it takes.
+    qmString validNote() const {
+        const qmString valid = this->validString();
+        return valid.empty() ? qmString() : " (allowed: " + valid + ")";
+    }
+    // Names the parameter and the text that held no value.
+    qmString emptyNote(const qmString& definition) const {
+        return " of " + m_name + " = \"" + definition + "\"";
     }
 
 private:
@@ -115,6 +172,8 @@ private:
     }
 
     qmList<std::pair<T, qmString>> m_deprecated;
+    T m_lo{}, m_hi{};
+    bool m_limited = false;
 };
 
 template <class T>

@@ -107,6 +107,10 @@ protected:
     void setZkrLibInfo();
     void printStatus(int status);
     bool readCommonDataSafely();
+    void flushAllStreams();
+    void warnAboutSelection();
+    bool outputsCollide(const qmCommandList& cmd);
+    void warnAboutNothingRun();
     void runTestList(int& result);
 
     qmConditions m_conditions;

@@ -10,21 +10,6 @@
 #include <type_traits>
 #include "qmiterators.h"
 
-// The scalar components a range works on: the value itself, or the two dimensions of a size.
-template <class T>
-struct qmStepComponents {
-    static constexpr int count = 1;
-    static T get(const T& v, int) { return v; }
-    static void set(T& v, int, T c) { v = c; }
-};
-
-template <>
-struct qmStepComponents<ZkriSize> {
-    static constexpr int count = 2;
-    static int get(const ZkriSize& v, int i) { return i ? v.height : v.width; }
-    static void set(ZkriSize& v, int i, int c) { (i ? v.height : v.width) = c; }
-};
-
 template <class T>
 class qmStepIterator : public qmIterator_NSC<T> {
     using Parts = qmStepComponents<T>;
@@ -40,7 +25,7 @@ public:
     // A range; a built-in range that breaks the rules throws like a typed one.
     qmStepIterator(T first, T last, char op, T step, const qmString& name, const qmString& description)
         : qmIterator_NSC<T>(first, name, description) {
-        setRange(first, last, op, step);
+        setRange(first, last, op, step, qmString());
     }
 
     T first() const { return m_first; }
@@ -99,22 +84,31 @@ public:
         const char op = stepText[0];
         if (op != '+' && op != '-' && op != '*') return false;
 
+        const qmString of = " of " + this->m_name + " = " + definition.trimmed();
         T first = this->stringToValue(firstText);
-        if (firstText.error()) throw qmException("Invalid first value = " + firstText);
+        if (firstText.error()) throw qmException("Invalid first value = " + firstText + of);
         T last = this->stringToValue(lastText);
-        if (lastText.error()) throw qmException("Invalid last value = " + lastText);
+        if (lastText.error()) throw qmException("Invalid last value = " + lastText + of);
         qmString stepValue = stepText.mid(1);
         T step = this->stringToValue(stepValue);
-        if (stepValue.error()) throw qmException("Invalid step = " + stepText);
-        setRange(first, last, op, step);
+        if (stepValue.error()) throw qmException("Invalid step = " + stepText + of);
+        // Every value of a range lies between its limits: both limits inside the allowed range suffice.
+        this->checkLimits(first, firstText);
+        this->checkLimits(last, lastText);
+        setRange(first, last, op, step, definition.trimmed());
         return true;
     }
 
 private:
-    void setRange(T first, T last, char op, T step) {
+    void setRange(T first, T last, char op, T step, const qmString& definition) {
         bool descending = false;
-        if (!validRange(first, last, op, step, descending))
-            throw qmException("Conflict between iterator limits and operation");
+        if (const char* rule = brokenRule(first, last, op, step, descending)) {
+            const qmString text = definition.empty() ? this->valueToString(first) + "; " + this->valueToString(last) +
+                                                           "; " + qmString(op) + this->valueToString(step)
+                                                     : definition;
+            throw qmException("Conflict between iterator limits and operation in " + this->m_name + " = " + text +
+                              ": " + rule);
+        }
         m_first = first;
         m_last = last;
         m_step = step;
@@ -126,33 +120,38 @@ private:
     }
 
     // The range rules, applied to every component; components may not run in opposite directions.
-    static bool validRange(T first, T last, char op, T step, bool& descending) {
+    // The rule a range breaks, or null when it keeps them all.
+    static const char* brokenRule(T first, T last, char op, T step, bool& descending) {
         bool up = false, down = false;
         for (int i = 0; i < Parts::count; ++i) {
             up = up || Parts::get(first, i) < Parts::get(last, i);
             down = down || Parts::get(first, i) > Parts::get(last, i);
         }
-        if (up && down) return false;
+        if (up && down) return "the dimensions of the limits run in opposite directions";
         descending = down;
         for (int i = 0; i < Parts::count; ++i) {
             const C f = Parts::get(first, i), l = Parts::get(last, i), s = Parts::get(step, i);
             switch (op) {
                 case '+':
-                    if (descending ? !(s < 1) : !(s >= 1)) return false;
+                    if (!descending && !(s >= 1)) return "'+' from a lower to a higher limit needs a step of at least 1";
+                    if (descending && !(s < 1)) return "'+' from a higher to a lower limit needs a step below 1";
                     break;
                 case '-':
-                    if (descending ? !(s >= 1) : !(s < 1)) return false;
+                    if (!descending && !(s < 1)) return "'-' from a lower to a higher limit needs a step below 1";
+                    if (descending && !(s >= 1)) return "'-' from a higher to a lower limit needs a step of at least 1";
                     break;
                 case '*': {
                     const bool positive = f >= 1 && l >= 1, negative = f < 0 && l < 0;
-                    if (!(positive || negative) || !(s > 1) || (positive && descending) || (negative && !descending))
-                        return false;
+                    if (!(positive || negative)) return "'*' needs both limits at least 1 or both negative";
+                    if (!(s > 1)) return "'*' needs a step above 1";
+                    if (positive && descending) return "'*' with positive limits needs the first below the last";
+                    if (negative && !descending) return "'*' with negative limits needs the first above the last";
                     break;
                 }
-                default: return false;
+                default: return "the operation is not one of '+', '-', '*'";
             }
         }
-        return true;
+        return nullptr;
     }
 
     // The value after v; false when the operation overflows or does not move v toward the last

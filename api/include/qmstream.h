@@ -17,7 +17,9 @@ enum MessageLevel : int {
 // Mode bits of io_stream.
 enum : int { IO_READ = 1, IO_WRITE = 2, IO_APPEND = 4, IO_BINARY = 8, IO_OUTFILE = 256 };
 
-// One open file (or, for an output without a file, the terminal).
+// One open file (or, for an output without a file, the terminal). Files are opened without blocking:
+// a FIFO without a reader (or writer) and a directory are refused with the system's reason instead
+// of stopping the program.
 class io_stream {
 public:
     io_stream(const qmString& name, int mode, bool report);
@@ -36,23 +38,39 @@ protected:
     FILE* m_file = nullptr;
 };
 
+// An output file. Every write is checked: the first failure is reported once on the console with
+// the file's name and the system's reason, marks the run's output as lost (qmOutputLost) and ends
+// the writing to that file. The terminal's own failures (a closed pipe) are not reported.
 class o_stream : public io_stream {
 public:
     o_stream() = default;  // the terminal
     o_stream(const qmString& name, bool append, bool report = true)
         : io_stream(name, append ? IO_OUTFILE | IO_WRITE | IO_APPEND : IO_OUTFILE | IO_WRITE, report) {}
+    ~o_stream() override;
     void write(const qmString& s);
     void flush();
     // Writes the text with one system call after what is buffered (a table row: a run killed at
-    // any moment leaves each row whole or absent).
+    // any moment leaves each row whole or absent). A row the system takes only in part is cut off
+    // the file again, so the file ends with its last whole row.
     void writeWhole(const qmString& s);
+    bool failed() const { return m_failed; }
+
+private:
+    void fail(int error);
+    bool m_failed = false;
 };
 
 class i_stream : public io_stream {
 public:
     i_stream(const qmString& name, bool binary = false, bool report = true)
         : io_stream(name, binary ? IO_READ | IO_BINARY : IO_READ, report) {}
-    explicit i_stream(FILE* f) { m_file = f; m_borrowed = true; }  // e.g. stdin
+    // A stream the program does not own (stdin). Read unbuffered, so that what the system holds is
+    // all there is to read and a wait for input can be watched (qmIStream's console prompt).
+    explicit i_stream(FILE* f) {
+        m_file = f;
+        m_borrowed = true;
+        if (f == stdin) std::setvbuf(f, nullptr, _IONBF, 0);
+    }
     ~i_stream() override;
     // Reads one line of any length without its line end; false at end of file.
     bool getline(qmString& line);
@@ -63,6 +81,18 @@ private:
 
 // Creates an output file stream, or null (after the open-failure message) when it cannot be opened.
 o_stream* createOStream(const qmString& name, bool append);
+
+// True once a write to an output file failed (reported on the console): results were lost. The
+// session turns it into the exit status.
+bool qmOutputLost();
+void qmSetOutputLost(bool lost);
+
+// Writes a whole file (the .end file, an ini-file) so that it is complete or not replaced at all:
+// the text goes to a temporary file beside it that is then renamed over it. A device or FIFO is
+// written in place. Open failures are reported as "-- Can't open file <name> to write: <reason>",
+// write failures as for any output file.
+enum class qmWholeWrite { Written, NotOpened, Failed };
+qmWholeWrite qmWriteWholeFile(const qmString& name, const qmString& text);
 
 // The console stream g_ostrm: the terminal plus listing files, filtered by the output level.
 class qmOStream {
@@ -77,6 +107,10 @@ public:
 
     void setOutLevel(int level) { m_outLevel = level; }
     int outLevel() const { return m_outLevel; }
+    // The error-level text written since the capture started (whatever the output level): the
+    // reason a step gives for failing, kept for its result row.
+    void startErrorCapture() { m_errors = qmString(); m_capturing = true; }
+    qmString stopErrorCapture() { m_capturing = false; return m_errors; }
     int msgLevel() const { return m_msgLevel; }
     void setMsgLevel(int level);           // pushes the current level
     void restoreMsgLevel();                // pops; ERR when nothing was saved
@@ -107,6 +141,8 @@ private:
     int m_outLevel = ERR | WARN | PERF;
     int m_msgLevel = PERF;
     qmList<int> m_saved;
+    bool m_capturing = false;
+    qmString m_errors;
 };
 
 // A table stream: rows of up to 32 columns written as comma-separated lines to csv files.

@@ -149,7 +149,15 @@ protected:
     qmCacheIterator* m_cacheIter = nullptr;
     bool m_cacheInvalid = false;
 
+    // initData: this set is passed over on purpose (it does not apply to the function), not a
+    // failure. An initData that returns false without it marks a set that cannot run.
+    void passSetOver() { m_passSetOver = true; }
+
 private:
+    // The row of a set that cannot run: its parameters, the failure and the reason.
+    void failSet(qmResult r, const qmString& errors);
+    bool m_passSetOver = false;
+    qmResult m_setFailure = QM_UNDEFINED;  // the worst failure of a set that could not run
     void construct(const qmString& funcName, const qmString& srcPath, const qmString& info);
     bool stepIniSection();
     void stepsAfterStart();

@@ -38,9 +38,12 @@ struct qmValueText<bool> {
 template <class T>
 struct qmValueText<T, std::enable_if_t<std::is_floating_point_v<T>>> {
     static qmString toString(T v) { return qmString::fromDouble(static_cast<double>(v)); }
+    // A finite number of the type: "nan", "inf" and values beyond the type's range are refused
+    // (a float would otherwise be converted out of its range).
     static bool fromString(const qmString& s, T& v) {
         double r = 0;
-        if (!qmParseDecimal(s, r)) return false;
+        if (!qmParseDecimal(s, r) || !(r >= -double(std::numeric_limits<T>::max()) && r <= double(std::numeric_limits<T>::max())))
+            return false;
         v = static_cast<T>(r);
         return true;
     }

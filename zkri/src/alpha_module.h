@@ -44,6 +44,7 @@ qmMapIterator<int> s_alphaType(ZKRI_ALPHA_OVER, "alphaType", "Compositing operat
                                 {"PlusPremul", ZKRI_ALPHA_PLUS_PREMUL}});
 qmIterator_NSC<double> s_alpha1Fraction(0.75, "alpha1", "Constant alpha of source 1 (fraction of opaque)");
 qmIterator_NSC<double> s_alpha2Fraction(0.5, "alpha2", "Constant alpha of source 2 (fraction of opaque)");
+[[maybe_unused]] const bool s_alphaLimits = s_alpha1Fraction.setLimits(0.0, 1.0) && s_alpha2Fraction.setLimits(0.0, 1.0);
 
 class zkAlphaTest : public zkImageTest {
 public:

@@ -16,19 +16,8 @@ zkImageData s_data;
 zkConstant s_alpha;
 
 // The constant alpha as a fraction of opaque, inside [0, 1].
-class zkAlphaIterator final : public qmIterator_NSC<double> {
-public:
-    zkAlphaIterator() : qmIterator_NSC<double>(0.5, "alpha", "Constant alpha of AlphaPremulC, a fraction of opaque") {}
-
-    qmString validString() const override { return "0 to 1"; }
-    double validItem(qmString& item) override {
-        const double v = stringToValue(item);
-        if (!item.error() && (v < 0.0 || v > 1.0)) item.setError();
-        return v;
-    }
-};
-
-zkAlphaIterator s_alphaParm;
+qmIterator_NSC<double> s_alphaParm(0.5, "alpha", "Constant alpha of AlphaPremulC, a fraction of opaque");
+[[maybe_unused]] const bool s_alphaLimits = s_alphaParm.setLimits(0.0, 1.0);
 
 class TimiAlphaPremulYS : public zkImageTest {
 public:

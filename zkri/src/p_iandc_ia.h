@@ -63,6 +63,7 @@ public:
             if (count < 0 || count >= width) {
                 g_ostrm << MSG_INFO << "-- Shift count " << count << " is outside 0.." << (width - 1) << " for "
                         << m_funcName << ": line passed over\n" << MSG_RESTORE;
+                passSetOver();
                 return false;
             }
             for (Zkr32u& c : s_counts) c = Zkr32u(count);

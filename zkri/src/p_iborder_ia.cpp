@@ -24,23 +24,14 @@ struct zkBorderArgs : zkImageArgs {
     const void* value = nullptr;  // one element (C1 forms) or one a channel, held by pointer
 };
 
-// A border width in pixels: a list or range of values from 0 up.
-class zkBorderWidth : public qmStepIterator<int> {
-public:
-    using qmStepIterator<int>::qmStepIterator;
-    int stringToValue(qmString& text) const override {
-        const int v = qmStepIterator<int>::stringToValue(text);
-        if (!text.error() && v < 0) text.setError();
-        return v;
-    }
-    qmString validString() const override { return "0 and up"; }
-};
-
 zkBorderArgs s_args;
 zkImageData s_data;
 zkConstant s_value;
-zkBorderWidth s_top({1, 16}, "TopBorder", "Height of the top and bottom borders (rows)");
-zkBorderWidth s_left({1, 16}, "LeftBorder", "Width of the left and right borders (pixels)");
+// Border widths: a list or range of values from 0 up; twice the widest border added to the largest
+// image size still fits an int.
+qmStepIterator<int> s_top({1, 16}, "TopBorder", "Height of the top and bottom borders (rows)");
+qmStepIterator<int> s_left({1, 16}, "LeftBorder", "Width of the left and right borders (pixels)");
+[[maybe_unused]] const bool s_borderLimits = s_top.setLimits(0, 65536) && s_left.setLimits(0, 65536);
 
 class TimiBorder : public zkImageTest {
 public:

@@ -22,26 +22,6 @@ struct zkCopyArgs : zkImageArgs {
     const void* val = nullptr;
 };
 
-// An integer parameter limited to [lo, hi].
-class zkRangeParm : public qmIterator_NSC<int> {
-public:
-    zkRangeParm(int value, int lo, int hi, const qmString& name, const qmString& description)
-        : qmIterator_NSC<int>(value, name, description), m_lo(lo), m_hi(hi) {}
-    int validItem(qmString& item) override {
-        const int v = stringToValue(item);
-        if (!item.error() && (v < m_lo || v > m_hi)) item.setError();
-        return v;
-    }
-    qmString validString() const override {
-        qmString s;
-        s << m_lo << ".." << m_hi;
-        return s;
-    }
-
-private:
-    int m_lo, m_hi;
-};
-
 enum class CopyOp { Copy, CopyM, CopyCoi, Extract, Insert, Merge, Split, Set, SetM, SetCoi, Swap, SwapI, SwapVal,
                     Dup, Unpack, Pack };
 
@@ -64,9 +44,12 @@ zkImage s_mask{"mask"};
 zkConstant s_value;
 int s_order[4] = {0, 1, 2, 3};
 
-zkRangeParm s_channel(1, 0, 3, "Channel", "Channel of interest (modulo the image's channels)");
+qmIterator_NSC<int> s_channel(1, "Channel", "Channel of interest (modulo the image's channels)");
 qmIterator_NSC<double> s_setValue(100.0, "SetValue", "Value of every channel of a set (saturated to the type)");
-zkRangeParm s_density(50, 0, 100, "MaskDensity", "Percent of mask pixels set");
+qmIterator_NSC<int> s_density(50, "MaskDensity", "Percent of mask pixels set");
+// A set value must stay within the range of a float, the widest floating element it is converted to.
+[[maybe_unused]] const bool s_limits = s_channel.setLimits(0, 3) && s_density.setLimits(0, 100) &&
+                                       s_setValue.setLimits(-1.0e38, 1.0e38);
 
 // An 8u mask with about `percent` of its pixels set, the same pattern on every run.
 bool fillMask(zkImage& mask, int percent) {

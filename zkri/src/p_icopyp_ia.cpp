@@ -19,6 +19,8 @@ struct zkCopyPArgs : zkImageArgs {
 zkCopyPArgs s_args;
 zkImageData s_data;
 qmIterator_NSC<ZkriSize> s_maskSize(ZkriSize{3, 3}, "MaskSize", "Median mask size (width x height)");
+// The library takes masks of up to 65536 elements.
+[[maybe_unused]] const bool s_maskLimits = s_maskSize.setLimits({1, 1}, {256, 256});
 
 class TimiCopyP : public zkImageTest {
 public:

@@ -28,6 +28,8 @@ zkDivArgs s_args;
 zkImageData s_data;
 zkConstant s_value;
 zkDivisorIterator s_divisor(3.0, "divisor", "Divisor of the DivC functions (integer types: rounded)");
+// Passed as a constant of the element type: within the range of a float.
+[[maybe_unused]] const bool s_divisorLimits = s_divisor.setLimits(-1.0e38, 1.0e38);
 
 class TimiDiv : public zkImageTest {
 public:

@@ -38,6 +38,8 @@ ZkriFFTSpec_R_32f* s_specR = nullptr;
 
 qmStepIterator<int> s_orderX({6, 8}, "orderX", "FFT order of the width (width = 2^orderX)");
 qmStepIterator<int> s_orderY({6, 8}, "orderY", "FFT order of the height (height = 2^orderY)");
+[[maybe_unused]] const bool s_orderLimits = s_orderX.setLimits(0, ZKR_FFT_MAX_ORDER) &&
+                                            s_orderY.setLimits(0, ZKR_FFT_MAX_ORDER);
 qmMapIterator<int> s_flag(ZKR_FFT_DIV_INV_BY_N, "flag", "FFT normalisation",
                           {{"DivInvByN", ZKR_FFT_DIV_INV_BY_N},
                            {"DivFwdByN", ZKR_FFT_DIV_FWD_BY_N},

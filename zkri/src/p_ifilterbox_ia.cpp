@@ -21,6 +21,8 @@ struct zkFilterArgs : zkImageArgs {
 zkFilterArgs s_args;
 zkImageData s_data;
 qmIterator_NSC<ZkriSize> s_maskSize({ZkriSize{3, 3}, ZkriSize{5, 5}}, "MaskSize", "Mask size (width x height)");
+// The library takes masks of up to 65536 elements.
+[[maybe_unused]] const bool s_maskLimits = s_maskSize.setLimits({1, 1}, {256, 256});
 
 class TimFilterBox : public zkImageTest {
 public:

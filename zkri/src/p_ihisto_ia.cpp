@@ -48,6 +48,7 @@ alignas(8) unsigned char s_lowerBound[kMaxChannels * 8], s_upperBound[kMaxChanne
 int s_counts[kMaxChannels];
 
 qmStepIterator<int> s_levels(256, "nLevels", "Number of levels (2..65536; LUT_Cubic takes 4 at least)");
+[[maybe_unused]] const bool s_levelLimits = s_levels.setLimits(2, 65536);
 
 enum class Kind { HistRange, HistEven, Lut, LutCubic, Count };
 

@@ -25,6 +25,7 @@ std::vector<Zkr32u> s_tables[kMaxChannels];  // wide enough for every palette ty
 const void* s_tablePtr[kMaxChannels];
 
 qmStepIterator<int> s_bits(8, "nBitSize", "Palette bit size (1..8 for 8u indices, 1..16 for 16u)");
+[[maybe_unused]] const bool s_bitLimits = s_bits.setLimits(1, 16);
 
 // Fills one palette of 2^bits entries of D with random colours.
 template <class D> void fillPalette(std::vector<Zkr32u>& store, int bits, unsigned seed) {

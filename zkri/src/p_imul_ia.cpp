@@ -22,29 +22,12 @@ zkMulArgs s_args;
 zkImageData s_data;
 zkConstant s_value, s_alpha, s_colorKey;
 
-// A list of numbers, each inside [lo, hi].
-class zkBoundedIterator final : public qmIterator_NSC<double> {
-public:
-    zkBoundedIterator(double value, double lo, double hi, const qmString& name, const qmString& description)
-        : qmIterator_NSC<double>(value, name, description), m_lo(lo), m_hi(hi) {}
-
-    qmString validString() const override { return valueToString(m_lo) + " to " + valueToString(m_hi); }
-    double validItem(qmString& item) override {
-        const double v = stringToValue(item);
-        if (!item.error() && (v < m_lo || v > m_hi)) item.setError();
-        return v;
-    }
-
-private:
-    double m_lo, m_hi;
-};
-
 // Products of the Jaehne rings and a small constant keep most integer results unsaturated.
-zkBoundedIterator s_valueParm(3.0, -1.0e6, 1.0e6, "value",
-                              "Constant of MulC and MulCScale, every channel (complex: value + value*i)");
-zkBoundedIterator s_alphaParm(0.5, 0.0, 1.0, "alpha", "Constant alpha of AlphaPremulC, a fraction of opaque");
-zkBoundedIterator s_colorKeyParm(0.0, -32768.0, 65535.0, "colorKey",
-                                 "Colour key of CompColorKey, every colour channel (saturated to the type)");
+qmIterator_NSC<double> s_valueParm(3.0, "value", "Constant of MulC and MulCScale, every channel (complex: value + value*i)");
+qmIterator_NSC<double> s_alphaParm(0.5, "alpha", "Constant alpha of AlphaPremulC, a fraction of opaque");
+qmIterator_NSC<double> s_colorKeyParm(0.0, "colorKey", "Colour key of CompColorKey, every colour channel (saturated to the type)");
+[[maybe_unused]] const bool s_limits = s_valueParm.setLimits(-1.0e6, 1.0e6) && s_alphaParm.setLimits(0.0, 1.0) &&
+                                       s_colorKeyParm.setLimits(-32768.0, 65535.0);
 
 // The largest value of a type, which stands for an opaque alpha (floats: 1).
 double opaque(zkType t) {

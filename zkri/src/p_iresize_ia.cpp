@@ -36,6 +36,8 @@ void* s_dstPlanes[zkImage::MAX_PLANES];
 // Down and up by two on each axis unless the user asks otherwise.
 qmIterator_NSC<double> s_xFactor({0.5, 2.0}, "xFactor", "Horizontal scaling factor");
 qmIterator_NSC<double> s_yFactor({0.5, 2.0}, "yFactor", "Vertical scaling factor");
+// A destination of up to a thousand times the largest image size still has int dimensions.
+[[maybe_unused]] const bool s_factorLimits = s_xFactor.setLimits(0.001, 1000.0) && s_yFactor.setLimits(0.001, 1000.0);
 qmMapIterator<int> s_interpolation(ZKRI_INTER_LINEAR, "interpolation", "Interpolation mode",
                                    {{"Linear", ZKRI_INTER_LINEAR},
                                     {"NN", ZKRI_INTER_NN},

@@ -32,6 +32,8 @@ qmMapIterator<int> s_roundMode(zkrRndNear, "roundMode", "Rounding mode of Conver
                                {{"Near", zkrRndNear}, {"Zero", zkrRndZero}, {"Financial", zkrRndFinancial}});
 qmIterator_NSC<double> s_vMin(0.0, "vMin", "Float value of the integer minimum (Scale)");
 qmIterator_NSC<double> s_vMax(1.0, "vMax", "Float value of the integer maximum (Scale)");
+// Both are passed as floats.
+[[maybe_unused]] const bool s_limits = s_vMin.setLimits(-1.0e38, 1.0e38) && s_vMax.setLimits(-1.0e38, 1.0e38);
 
 // The range of an integer element type.
 void rangeOf(zkType t, double& lo, double& hi) {

@@ -42,6 +42,11 @@ qmStepIterator<double> s_thresholdLTParm(85.0, "thresholdLT", "Lower threshold (
 qmStepIterator<double> s_valueLTParm(0.0, "valueLT", "Value that replaces the components below the lower threshold");
 qmStepIterator<double> s_thresholdGTParm(170.0, "thresholdGT", "Upper threshold (every channel)");
 qmStepIterator<double> s_valueGTParm(255.0, "valueGT", "Value that replaces the components above the upper threshold");
+// Each becomes a constant of the element type: within the range of a float, the widest floating type.
+[[maybe_unused]] const bool s_limits =
+    s_thresholdParm.setLimits(-1.0e38, 1.0e38) && s_valueParm.setLimits(-1.0e38, 1.0e38) &&
+    s_thresholdLTParm.setLimits(-1.0e38, 1.0e38) && s_valueLTParm.setLimits(-1.0e38, 1.0e38) &&
+    s_thresholdGTParm.setLimits(-1.0e38, 1.0e38) && s_valueGTParm.setLimits(-1.0e38, 1.0e38);
 qmMapIterator<int> s_cmpOpParm(zkrCmpLess, "cmpOp", "Comparison with the threshold",
                                {{"less", zkrCmpLess}, {"greater", zkrCmpGreater}});
 

@@ -1,6 +1,12 @@
 #include "qminifile.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
 
 qmIniEntry* qmValues::exist(const qmString& key) {
     for (qmIniEntry& e : *this)
@@ -45,12 +51,18 @@ qmIniSection& qmIniFile::section(const qmString& name) {
     return m_sections.back();
 }
 
-void qmIniFile::readLines(i_stream& in) {
+void qmIniFile::readLines(const std::string& text) {
     qmIniSection* current = nullptr;  // entries before any section line go to the unnamed one
-    qmString raw;
-    while (in.getline(raw)) {
+    size_t pos = 0;
+    while (pos < text.size()) {
+        size_t end = text.find('\n', pos);
+        if (end == std::string::npos) end = text.size();
+        std::string rawText = text.substr(pos, end - pos);
+        pos = end + 1;
+        if (!rawText.empty() && rawText.back() == '\r') rawText.pop_back();
         // A line is text: it ends at a NUL byte, as it would when written back.
-        if (const size_t nul = raw.str().find('\0'); nul != std::string::npos) raw = qmString(raw.str().substr(0, nul));
+        if (const size_t nul = rawText.find('\0'); nul != std::string::npos) rawText.resize(nul);
+        const qmString raw(std::move(rawText));
         int slashes = raw.find("//");
         qmString comment = slashes < 0 ? qmString() : raw.mid(slashes + 2).trimmed();
         qmString line = (slashes < 0 ? raw : raw.left(slashes)).trimmed();
@@ -69,13 +81,37 @@ void qmIniFile::readLines(i_stream& in) {
     }
 }
 
+namespace {
+void iniWarning(const qmString& name, const qmString& why) {
+    g_ostrm << MSG_ERR << "-- Warning: ini-file " << name << " " << why << "\n" << MSG_RESTORE;
+}
+}  // namespace
+
 bool qmIniFile::open(const qmString& name, bool write) {
     close();
     m_name = name;
     m_open = true;
-    if (access(name.c_str(), F_OK) == 0) {
+    m_original = std::string();
+    struct stat st {};
+    if (::stat(name.c_str(), &st) != 0) {
+        // A missing file is no error: every value comes from -d, the console or the defaults.
+        if (!write) iniWarning(name, "does not exist; no parameter is read from it");
+    } else if (!S_ISREG(st.st_mode)) {
+        // A FIFO or device is not read (it could block or never end); a directory cannot be written.
+        iniWarning(name, "is not a regular file; no parameter is read from it");
+        if (write && S_ISDIR(st.st_mode)) return false;
+    } else {
         i_stream in(name, false, true);
-        readLines(in);
+        if (!in.isOpen()) {
+            iniWarning(name, "can't be read; no parameter is read from it");
+            if (write) return false;  // its content could not be written back
+        } else {
+            char buf[65536];
+            size_t n = 0;
+            while ((n = std::fread(buf, 1, sizeof buf, in.handle())) > 0) m_original.append(buf, n);
+            if (std::ferror(in.handle())) iniWarning(name, qmString("can't be read whole: ") + std::strerror(errno));
+            readLines(m_original);
+        }
     }
     if (!write) return true;
     m_out = new o_stream(name, false, true);
@@ -85,18 +121,33 @@ bool qmIniFile::open(const qmString& name, bool write) {
     return false;
 }
 
-void qmIniFile::updateFile() {
-    if (!m_out) m_out = new o_stream(m_name, false, true);
-    if (!m_out->isOpen()) return;
+qmString qmIniFile::text() const {
+    qmString out;
     for (const qmIniSection& s : m_sections) {
-        if (!s.name.empty() || &s != &m_sections.front()) m_out->write("\n[" + s.name + "]\n");
+        if (!s.name.empty() || &s != &m_sections.front()) out += "\n[" + s.name + "]\n";
         for (const qmIniEntry& e : s.values) {
             qmString line = e.value == QM_INI_LINE ? e.key : e.key + "=" + e.value;
             if (e.value != QM_INI_LINE && !e.comment.empty()) line += "\t// " + e.comment;
-            m_out->write(line + "\n");
+            out += line + "\n";
         }
     }
-    m_out->flush();
+    return out;
+}
+
+// The whole file goes to a temporary file that replaces it when complete: a full disk leaves the
+// file as it was, never cut in an entry. The proving open emptied it on disk, so its former content
+// is put back then.
+void qmIniFile::updateFile() {
+    delete m_out;
+    m_out = nullptr;
+    if (qmWriteWholeFile(m_name, text()) != qmWholeWrite::Failed) return;
+    if (m_original.empty()) return;
+    o_stream back(m_name, false, false);
+    back.write(m_original);
+    back.flush();
+    g_ostrm << MSG_ERR << "-- " << m_name
+            << (back.isOpen() && !back.failed() ? " keeps its former content\n" : " could not be restored\n")
+            << MSG_RESTORE;
 }
 
 void qmIniFile::close() {
@@ -106,6 +157,7 @@ void qmIniFile::close() {
     delete m_out;
     m_out = nullptr;
     m_sections.clear();
+    m_original = std::string();
     m_modified = false;
     m_open = false;
     m_name = qmString();

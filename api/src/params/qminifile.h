@@ -6,6 +6,7 @@
 //   - entries before the first section line belong to the unnamed section "", written back first
 //     and without a header line.
 #pragma once
+#include <string>
 #include "qmlist.h"
 #include "qmstream.h"
 #include "qmstring.h"
@@ -73,7 +74,8 @@ public:
     const qmSections& sections() const { return m_sections; }
 
 private:
-    void readLines(i_stream& in);
+    void readLines(const std::string& text);
+    qmString text() const;  // the file as updateFile writes it
     qmIniSection& section(const qmString& name);  // finds or appends
     void updateFile();
 
@@ -82,4 +84,5 @@ private:
     bool m_open = false;
     bool m_modified = false;
     o_stream* m_out = nullptr;  // held from the proving open until close
+    std::string m_original;     // the bytes read, put back when the rewrite fails
 };

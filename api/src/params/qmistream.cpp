@@ -1,5 +1,10 @@
 #include "qmistream.h"
 
+#include <poll.h>
+
+#include "qmexception.h"
+#include "qmsignal.h"
+
 qmIStream g_istrm;
 
 qmIStream::~qmIStream() {
@@ -47,6 +52,15 @@ bool qmIStream::setIniSection(const qmString& section) {
 
 qmString qmIStream::askConsole(const qmString& prompt, const qmString& defaultValue) {
     g_ostrm << MSG_ERR << prompt << " [" << defaultValue << "]: " << MSG_RESTORE_FLUSH;
+    // Wait for the answer in short steps: a stop request (Ctrl-C) at the prompt ends the dialogue at
+    // once instead of waiting for a line first.
+    if (FILE* f = m_console->handle(); f && fileno(f) >= 0) {
+        pollfd in{fileno(f), POLLIN, 0};
+        while (!tsSignal::stopRequested() && poll(&in, 1, 200) == 0) {
+        }
+    }
+    if (const int sig = tsSignal::stopRequested())
+        throw qmException("Stop requested by " + qmString(tsSignal::stopName(sig)) + " at the prompt \"" + prompt + "\"");
     qmString answer;
     m_console->getline(answer);
     answer = answer.trimmed();
@@ -55,6 +69,7 @@ qmString qmIStream::askConsole(const qmString& prompt, const qmString& defaultVa
 
 qmString qmIStream::getItemValue(const qmString& name, const qmString& prompt, const qmString& defaultValue,
                                  const qmString& comment) {
+    m_asked.insert(name);
     qmString value;
     if (auto d = m_data.find(name); d != m_data.end()) {
         value = d->second;
@@ -67,4 +82,19 @@ qmString qmIStream::getItemValue(const qmString& name, const qmString& prompt, c
     }
     if (isIniWrite()) m_ini->write(m_section, name, value, comment);
     return value;
+}
+
+void qmIStream::reportUnusedData() const {
+    for (const auto& [name, value] : m_data) {
+        if (m_asked.count(name)) continue;
+        g_ostrm << MSG_ERR << "-- Warning: -d" << name.printable() << "=" << value.printable();
+        if (name.empty()) {
+            g_ostrm << " names no parameter; it was not used\n" << MSG_RESTORE;
+            continue;
+        }
+        g_ostrm << " was not used: no parameter of this run is named " << name.printable();
+        for (const qmString& asked : m_asked)
+            if (asked.lower() == name.lower()) g_ostrm << " (names differ in letter case: " << asked << ")";
+        g_ostrm << "\n" << MSG_RESTORE;
+    }
 }

@@ -3,6 +3,7 @@
 // parameter's default.
 #pragma once
 #include <map>
+#include <set>
 #include "qminifile.h"
 #include "qmstream.h"
 
@@ -23,7 +24,10 @@ public:
 
     // The -d data list; a name given again replaces the earlier value.
     void addData(const qmString& name, const qmString& value);
-    void clearData() { m_data.clear(); }
+    void clearData() { m_data.clear(); m_asked.clear(); }
+    // Warns about every -d name that no parameter of the run asked for ("-- Warning: -dNumLoop=2
+    // was not used: ..."), naming a parameter that differs only in letter case.
+    void reportUnusedData() const;
 
     // Opens the ini-file (write: -I); false when it cannot be written, the file then not attached.
     bool setIniFile(const qmString& name, bool write);
@@ -54,6 +58,7 @@ private:
 
     i_stream* m_console = nullptr;
     std::map<qmString, qmString> m_data;
+    std::set<qmString> m_asked;  // every parameter name looked up
     qmIniFile* m_ini = nullptr;
     qmString m_section = QM_COMMON_SECTION;
     bool m_sectionsOnly = false;

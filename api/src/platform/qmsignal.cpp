@@ -13,6 +13,7 @@ volatile sig_atomic_t tsSignal::m_stop = 0;
 
 namespace {
 tsSignal s_signalCatcher;  // installed before main
+volatile sig_atomic_t s_pipeClosed = 0;  // a SIGPIPE came: the console's reader is gone
 }
 
 tsSignal::tsSignal() {
@@ -45,7 +46,12 @@ void tsSignal::sig_fpe(int sig) {
 }
 
 void tsSignal::sig_stop(int sig) {
-    if (m_stop != 0) {
+    if (sig == SIGPIPE) {
+        // Every later write to the closed pipe fails quietly instead of raising it again.
+        std::signal(SIGPIPE, SIG_IGN);
+        s_pipeClosed = 1;
+        if (m_stop != 0) return;
+    } else if (m_stop != 0) {
         // The second request: end at once, as the default action does.
         std::signal(sig, SIG_DFL);
         std::raise(sig);
@@ -54,6 +60,16 @@ void tsSignal::sig_stop(int sig) {
     m_stop = sig;
     static const char note[] = "\n-- Stop requested: the run ends after the current parameter set (again to end at once)\n";
     [[maybe_unused]] const ssize_t n = write(STDERR_FILENO, note, sizeof note - 1);
+}
+
+const char* tsSignal::stopName(int sig) {
+    switch (sig) {
+        case SIGINT: return "SIGINT";
+        case SIGTERM: return "SIGTERM";
+        case SIGHUP: return "SIGHUP";
+        case SIGPIPE: return "SIGPIPE";
+        default: return "a signal";
+    }
 }
 
 const char* tsSignal::getInfo() { return getInfo(m_code); }
@@ -69,17 +85,27 @@ const char* tsSignal::getInfo(int code) {
 
 qmStopScope::qmStopScope() {
     tsSignal::m_stop = 0;
+    s_pipeClosed = 0;
     struct sigaction sa {};
     sa.sa_handler = &tsSignal::sig_stop;
     sigemptyset(&sa.sa_mask);
     sa.sa_flags = SA_RESTART;
     sigaction(SIGINT, &sa, &m_int);
     sigaction(SIGTERM, &sa, &m_term);
+    sigaction(SIGHUP, &sa, &m_hup);
+    sigaction(SIGPIPE, &sa, &m_pipe);
 }
 
 qmStopScope::~qmStopScope() {
     sigaction(SIGINT, &m_int, nullptr);
     sigaction(SIGTERM, &m_term, nullptr);
+    sigaction(SIGHUP, &m_hup, nullptr);
+    // After the console's reader went away, the writes that follow the run (the last flushes)
+    // must not end the process.
+    if (s_pipeClosed)
+        std::signal(SIGPIPE, SIG_IGN);
+    else
+        sigaction(SIGPIPE, &m_pipe, nullptr);
 }
 
 qmSignalScope::qmSignalScope() : m_savedOwner(tsSignal::m_owner) {

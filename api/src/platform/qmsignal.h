@@ -8,9 +8,11 @@
 // through its own jump point. The test then ends as EXCPTFAIL and, the library's state being lost,
 // the run stops in order after it.
 //
-// Interruption: during a run, SIGINT or SIGTERM asks the run to stop in order (the current parameter
-// set finishes, the tests not run are reported, footer, summary and .end file are written); a second
-// one ends the process at once.
+// Interruption: during a run, SIGINT, SIGTERM or SIGHUP asks the run to stop in order (the current
+// parameter set finishes, the tests not run are reported, footer, summary and .end file are
+// written); a second one ends the process at once. SIGPIPE (the reader of the console output went
+// away, as with "| head -3") stops the run the same way, and later ones are ignored: every write
+// to the closed pipe raises it again, and the files still have to be finished.
 #pragma once
 #include <pthread.h>
 
@@ -28,9 +30,11 @@ public:
 
     // The fatal signal that arrived on a thread other than the measuring one, 0 when none did.
     static int foreignFault() { return m_foreign; }
-    // The stop signal received (SIGINT, SIGTERM), 0 when none.
+    // The stop signal received (SIGINT, SIGTERM, SIGHUP, SIGPIPE), 0 when none.
     static int stopRequested() { return m_stop; }
     static void sig_stop(int sig);
+    // "SIGINT", "SIGTERM", "SIGHUP", "SIGPIPE", else "a signal".
+    static const char* stopName(int sig);
 
     static sigjmp_buf m_jmpbuf;
     static volatile sig_atomic_t m_code;
@@ -40,7 +44,12 @@ public:
     static volatile sig_atomic_t m_stop;
 };
 
-// Installs the SIGINT/SIGTERM handler for the life of a run and restores the previous ones after.
+// True once a stop was requested. The timing engine may call it between timed spans to end a long
+// parameter set early: it reads one flag and does nothing else.
+inline bool qmStopRequested() { return tsSignal::m_stop != 0; }
+
+// Installs the stop handler (SIGINT, SIGTERM, SIGHUP, SIGPIPE) for the life of a run and restores
+// the previous ones after.
 class qmStopScope {
 public:
     qmStopScope();
@@ -51,6 +60,8 @@ public:
 private:
     struct sigaction m_int {};
     struct sigaction m_term {};
+    struct sigaction m_hup {};
+    struct sigaction m_pipe {};
 };
 
 // Keeps the enclosing jump point while an inner one is armed, and restores it on leaving.

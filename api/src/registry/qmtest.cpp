@@ -1,7 +1,9 @@
 // The life of one test: the fixed order of steps, the parameter loop, checks and result lines.
 #include "qmtest.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <string>
 
 #include "qmcacheiterator.h"
 #include "qmconditions.h"
@@ -273,6 +275,7 @@ bool qmTest::canContinue() {
 
 void qmTest::loopData() {
     m_firstLine = true;
+    m_setFailure = QM_UNDEFINED;
     g_cstrm.identicalLinesStart(m_numParmsColm);
     bool firstSet = true;
     do {
@@ -286,7 +289,12 @@ void qmTest::loopData() {
             break;
         }
         m_firstLine = false;
-        if (step("initData", [&] { return initData(); })) {
+        m_passSetOver = false;
+        g_ostrm.startErrorCapture();  // what initData says on failing is the reason of its row
+        const bool ready = step("initData", [&] { return initData(); });
+        const qmString initErrors = g_ostrm.stopErrorCapture();
+        if (!ready && !m_passSetOver) failSet(QM_DATAFAIL, initErrors);
+        if (ready) {
             if (firstSet) {
                 outputConst();
                 firstSet = false;
@@ -313,11 +321,45 @@ void qmTest::loopData() {
         g_ostrm << MSG_ERR << "-- Error while initialization of function data\n" << MSG_RESTORE;
         raiseResult(QM_DATAFAIL);
     }
+    // A set that could not run fails the test, after the other sets ran.
+    raiseResult(m_setFailure);
     g_cstrm.linePostponeOut(m_numResultColm + m_numParmsColm);
     if (g_cstrm.identicalLinesStop()) {
         g_ostrm << MSG_WARN << "-- Warning: duplicate lines in performance table (csv-file)\n" << MSG_RESTORE;
         raiseResult(g_ostrm.outLevel() < WARN ? QM_OK : QM_DATAWRN);
     }
+}
+
+// A set that cannot run (its data could not be made: too large to allocate, refused by its module)
+// is named on the console with the reason and leaves a row with the failure in the result table, so
+// that the table shows every set asked for. The loop goes on with the next set; the test fails.
+void qmTest::failSet(qmResult r, const qmString& errors) {
+    // The reason is the last message initData wrote at the error level, without its "--".
+    qmString reason;
+    for (const qmString& line : errors.parse("\n")) {
+        qmString l = line.trimmed();
+        while (l.startsWith("-")) l = l.substr(1);
+        if (!l.trimmed().empty()) reason = l.trimmed();
+    }
+    if (reason.empty()) reason = "the test data could not be prepared";
+    qmString set;
+    for (qmParameter* p : m_parms)
+        if (!p->name().empty()) set += " " + p->name() + "=" + p->valueString();
+    g_ostrm << MSG_ERR << "-- Parameter set" << set << " cannot run: " << reason << "\n" << MSG_RESTORE;
+    putTableParms();
+    const int col = m_numParmsColm;
+    g_cstrm.setColm(col + 1, getUnit());
+    g_cstrm.setColm(col + 4, qmResultName(r));
+    std::string cell = reason.str();
+    std::replace(cell.begin(), cell.end(), ',', ';');  // a comma would split the cell
+    g_cstrm.setColm(col + 5, qmString(cell));
+    if (m_hot) g_cstrm.setColm(col + 6, isHotLine() ? "hot" : "");
+    g_cstrm.lineOut(m_numParmsColm + m_numResultColm);
+    g_ostrm << MSG_PERF
+            << qmString::format("    %12s clocks/%s  %12s usec  ", "", getUnit().c_str(), "") + qmResultName(r) + "  " +
+                   reason
+            << "\n" << MSG_RESTORE;
+    m_setFailure = qmWorse(m_setFailure, r);
 }
 
 void qmTest::measureLine() {

@@ -126,7 +126,7 @@ bool qmTestList::stopAfter(const qmTest* t) {
         return true;
     }
     if (const int sig = tsSignal::stopRequested()) {
-        g_ostrm << MSG_ERR << "-- Run interrupted by " << (sig == SIGINT ? "SIGINT" : sig == SIGTERM ? "SIGTERM" : "a signal")
+        g_ostrm << MSG_ERR << "-- Run interrupted by " << tsSignal::stopName(sig)
                 << " during " << t->funcName() << "; the run stops\n" << MSG_RESTORE_FLUSH;
         return true;
     }

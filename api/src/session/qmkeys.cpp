@@ -1,5 +1,7 @@
 // The key table of the session: one-line help, echo text, effect and extended description of every
 // key, in the order of every help listing.
+#include <unistd.h>
+
 #include "qmconditions.h"
 #include "qmcpuid.h"
 #include "qmistream.h"
@@ -80,6 +82,14 @@ qmString patternInfo(const qmString& arg, bool onFunction) {
 [[maybe_unused]] const Info memoryTableInfo = pathInfo("write memory info to ", "_mem.csv");
 [[maybe_unused]] const Apply memoryTableApply = openTable(g_mstrm, "_mem.csv", false);
 
+// The thread counts -N accepts: 1 up to eight threads a processor the system has online. Beyond
+// that the library would only queue its bands; a count past the range of int never reaches it.
+constexpr long long kThreadsPerCore = 8;
+bool threadCount(const qmString& arg, long long& n) {
+    const long cores = sysconf(_SC_NPROCESSORS_ONLN);
+    return arg.toInt(n) && n >= 1 && n <= (cores > 0 ? cores : 1) * kThreadsPerCore;
+}
+
 const char* const kNoBinding = "ignored: <zkrcore.h> is not included before <zk.h> in test files";
 
 qmString helpInfo(const qmString& arg, bool hide) {
@@ -126,8 +136,9 @@ void qmSession::registerKeys() {
                    return "set QM parameter " + arg;
                },
                [](const qmString& arg, qmSession*) {
+                   // "-d=5" is kept under an empty name: the run's end warns that it named nothing.
                    const int eq = arg.find('=');
-                   if (eq > 0) g_istrm.addData(arg.left(eq).trimmed(), arg.substr(eq + 1).trimmed());
+                   if (eq >= 0) g_istrm.addData(arg.left(eq).trimmed(), arg.substr(eq + 1).trimmed());
                },
                "Sets the value of a named parameter, e.g. -dMethod=Manual -dNumLoops=100. The key may\n"
                "repeat and has the highest priority: a parameter given by -d is neither read from the\n"
@@ -305,15 +316,15 @@ void qmSession::registerKeys() {
                    [](const qmString& arg) {
                        if (!zkrEnvironment) return qmString(kNoBinding);
                        long long n = 0;
-                       if (!arg.toInt(n) || n < 1) return qmString("ignored: incorrect number of threads");
+                       if (!threadCount(arg, n)) return qmString("ignored: incorrect number of threads");
                        return "call zkrSetNumThreads(" + qmString::fromInt(n) + ")";
                    },
                    [](const qmString& arg, qmSession*) {
                        long long n = 0;
-                       if (zkrEnvironment && arg.toInt(n) && n >= 1) s_numThreads = static_cast<int>(n);
+                       if (zkrEnvironment && threadCount(arg, n)) s_numThreads = static_cast<int>(n);
                    },
-                   "Sets the number of threads the library may use for one call. Only the last key is\n"
-                   "valid.\n");
+                   "Sets the number of threads the library may use for one call, from 1 to eight times the\n"
+                   "number of processors online. Only the last key is valid.\n");
     }
     initOption('S', "-SU              = measure functions with data set & use\n",
                text("include to measurement data set & use time"),

@@ -1,10 +1,14 @@
 // The option table mechanics, the parsed command line, paths and the configuration file.
 #include "qmoptions.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstring>
+#include <string>
 
 #include "qmsession.h"
 #include "qmstream.h"
@@ -131,23 +135,60 @@ qmString qmSession::genPathName(const qmString& dir, const qmString& name, const
 
 // ---------------------------------------------------------------- configuration file
 
+namespace {
+void cfgWarning(const qmString& path, const qmString& why) {
+    g_ostrm << MSG_ERR << "-- Warning: " << path << " " << why << "; it is ignored\n" << MSG_RESTORE;
+}
+}  // namespace
+
+// Opened without blocking (a FIFO named like the configuration file must not stop the program), and
+// used only when it is a readable regular file whose first line is text.
 bool qmSession::readCfgFile(qmString& line, qmString& fileName) {
     const qmString name = exeTitle() + ".cfg";
     for (const qmString& path : {name, exeDir() + name}) {
-        FILE* f = std::fopen(path.c_str(), "r");
-        if (!f) continue;
-        char buf[1024] = {};
-        if (!std::fgets(buf, sizeof buf, f)) buf[0] = '\0';
+        const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (fd < 0) {
+            if (errno != ENOENT) cfgWarning(path, qmString("can't be read: ") + std::strerror(errno));
+            continue;
+        }
+        struct stat st {};
+        if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+            ::close(fd);
+            cfgWarning(path, "is not a regular file");
+            continue;
+        }
+        FILE* f = fdopen(fd, "r");
+        if (!f) {
+            ::close(fd);
+            continue;
+        }
         // The command line is the first 1023 characters of the first line; say so when more was there.
-        const size_t len = std::strlen(buf);
-        if (len == sizeof buf - 1 && buf[len - 1] != '\n') {
+        std::string text;
+        int c = 0;
+        bool binary = false;
+        while (text.size() < 1023 && (c = std::fgetc(f)) != EOF && c != '\n') {
+            const auto byte = static_cast<unsigned char>(c);
+            if (byte == 0 || (byte < 0x20 && byte != '\t' && byte != '\r') || byte == 0x7f) binary = true;
+            text += static_cast<char>(c);
+        }
+        const bool readError = std::ferror(f) != 0;
+        const int error = errno;
+        if (text.size() == 1023 && !binary && !readError) {
             const int next = std::fgetc(f);
             if (next != EOF && next != '\n')
                 g_ostrm << MSG_ERR << "-- Warning: the first line of " << path
                         << " is longer than 1023 characters; the rest of it is ignored\n" << MSG_RESTORE;
         }
         std::fclose(f);
-        line = qmString(buf).trimmed();
+        if (readError) {
+            cfgWarning(path, qmString("can't be read: ") + std::strerror(error));
+            continue;
+        }
+        if (binary) {
+            cfgWarning(path, "is not a text file (control characters in its first line)");
+            continue;
+        }
+        line = qmString(text).trimmed();
         fileName = path;
         return true;
     }

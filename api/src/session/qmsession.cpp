@@ -1,8 +1,13 @@
 // The order of one run, the library binding and the quick outputs (version, help, enumeration).
 #include "qmsession.h"
 
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
+#include <utility>
+#include <vector>
 
 #include "qmcpuid.h"
 #include "qmexception.h"
@@ -203,14 +208,33 @@ int qmSession::run(int argc, char** argv) {
         if (s_parmFunc) s_parmFunc();
         pTestList->selectCommonParms(m_conditions, m_commonParms);
         g_istrm.setIniSection(QM_COMMON_SECTION);
-        if (readCommonDataSafely()) runTestList(result);
+        warnAboutSelection();
+        if (readCommonDataSafely()) {
+            runTestList(result);
+            if (!tsSignal::stopRequested() && !tsSignal::foreignFault()) {
+                warnAboutNothingRun();
+                g_istrm.reportUnusedData();
+            }
+        }
     }
     pTestList->m_endTime = std::time(nullptr);
     if (headerWritten) outputFooter();
-    outputSignal();
+    // The ini-file and every stream are complete before the .end file says so.
     g_istrm.deleteIniFile();
+    flushAllStreams();
+    outputSignal();
     deleteTestList();
+    // A failed write lost results: the exit status says so (2, with failed tests 3).
+    if (qmOutputLost()) result |= 2;
     return result;
+}
+
+void qmSession::flushAllStreams() {
+    g_ostrm.flush();
+    g_cstrm.flush();
+    g_qstrm.flush();
+    g_ustrm.flush();
+    g_mstrm.flush();
 }
 
 // A bad common value (a -d or ini-file definition) ends the run before any test, with its message.
@@ -224,6 +248,42 @@ bool qmSession::readCommonDataSafely() {
         g_ostrm << MSG_ERR << e.msg() << " in readCommonData\n" << MSG_RESTORE;
         return false;
     }
+}
+
+// Input that selects or configures nothing is said before the run: a selection no test matches, a
+// -F name no selected function contains, ini sections named after no registered function.
+void qmSession::warnAboutSelection() {
+    if (pTestList->countSelected(m_conditions) == 0) {
+        const qmString start = qmTestList::m_startFunc;
+        qmTestList::m_startFunc = qmString();
+        const bool startHidesAll = !start.empty() && pTestList->countSelected(m_conditions) > 0;
+        qmTestList::m_startFunc = start;
+        g_ostrm << MSG_ERR << "-- Warning: ";
+        if (startHidesAll)
+            g_ostrm << "no selected function contains the -F name '" << start.printable() << "'; no test runs\n";
+        else
+            g_ostrm << "no registered test matches the selection of the -f and -t keys; no test runs\n";
+        g_ostrm << MSG_RESTORE;
+    }
+    if (const qmIniFile* ini = g_istrm.iniFile()) {
+        for (const qmIniSection& section : ini->sections()) {
+            if (section.name.empty() || section.name == QM_COMMON_SECTION) continue;
+            bool known = false;
+            for (qmTest* t : pTestList->tests()) known = known || t->funcName() == section.name;
+            if (!known)
+                g_ostrm << MSG_ERR << "-- Warning: section [" << section.name.printable() << "] of " << ini->name()
+                        << " names no registered function; it is not used\n" << MSG_RESTORE;
+        }
+    }
+}
+
+// Selected tests that all passed themselves over (-P without their sections) measured nothing.
+void qmSession::warnAboutNothingRun() {
+    if (pTestList->total() != 0 || pTestList->countSelected(m_conditions) == 0) return;
+    g_ostrm << MSG_ERR << "-- Warning: no selected test ran";
+    if (const qmIniFile* ini = g_istrm.iniFile())
+        g_ostrm << ": none of their functions has a section in " << ini->name() << " (-P)";
+    g_ostrm << "\n" << MSG_RESTORE;
 }
 
 void qmSession::runTestList(int& result) {
@@ -301,6 +361,7 @@ bool qmSession::parseCommandLine(int argc, char** argv) {
     m_defName = cmd.getArg('n', arg) && !arg.empty() ? arg : exeTitle();
 
     g_ostrm.setOutLevel(ERR | WARN | PERF);
+    if (outputsCollide(cmd)) return false;
     for (const auto& k : cmd.keys()) applyOption(k.key, k.arg);
     g_ostrm << m_echo;
 
@@ -314,6 +375,46 @@ bool qmSession::parseCommandLine(int argc, char** argv) {
     }
     updateOptions();
     return true;
+}
+
+// Two keys naming one file (-rsame.txt -osame.txt, or the .end file on the table) would overwrite
+// each other's output: the command line is refused before any file is opened. Devices and FIFOs
+// (/dev/null) may take several outputs.
+bool qmSession::outputsCollide(const qmCommandList& cmd) {
+    std::vector<std::pair<qmString, std::string>> files;  // key and argument, the file's canonical path
+    auto add = [&](char key, const qmString& arg, const qmString& path) {
+        std::error_code ec;
+        struct stat st {};
+        if (::stat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) return;
+        const std::filesystem::path canonical = std::filesystem::weakly_canonical(path.str(), ec);
+        files.emplace_back(qmString("-") + qmString(key) + arg.printable(), ec ? path.str() : canonical.string());
+    };
+    qmString arg;
+    for (const auto& k : cmd.keys()) {
+        switch (k.key) {
+            case 'o': case 'O': add(k.key, k.arg, genOutPath(k.arg, ".txt")); break;
+            case 'r': case 'R': add(k.key, k.arg, genOutPath(k.arg, ".csv")); break;
+            case 'u': case 'U': add(k.key, k.arg, genOutPath(k.arg, "_sum.csv")); break;
+            case 'q':
+                if (qKeys && k.arg != "+") add(k.key, k.arg, genOutPath(k.arg, "_name.csv"));
+                break;
+            default: break;
+        }
+    }
+    if (cmd.getArg('g', arg)) add('g', arg, genOutPath(arg, ".end"));
+    // The ini-file of the last -i or -I: written with -I, and read with -i before the run writes.
+    for (const auto& k : cmd.keys())
+        if (k.key == 'i' || k.key == 'I') arg = qmString(k.key) + k.arg;
+    if (cmd.isKey('i') || cmd.isKey('I')) add(arg[0], arg.substr(1), genInPath(arg.substr(1), ".ini"));
+    for (size_t i = 0; i < files.size(); ++i)
+        for (size_t j = i + 1; j < files.size(); ++j)
+            if (files[i].second == files[j].second) {
+                g_ostrm << MSG_ERR << "FATAL ERROR: " << files[i].first << " and " << files[j].first
+                        << " name the same file " << qmString(files[i].second).printable()
+                        << "; nothing is written\n" << MSG_RESTORE;
+                return true;
+            }
+    return false;
 }
 
 void qmSession::updateOptions() {

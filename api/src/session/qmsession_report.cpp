@@ -57,13 +57,13 @@ void qmSession::outputFooter() {
 
 void qmSession::outputSignal() {
     if (m_sglName.empty()) return;
-    o_stream file(m_sglName, false);
-    if (!file.isOpen()) return;
     const int seconds = static_cast<int>(std::difftime(pTestList->m_endTime, pTestList->m_startTime));
-    file.write(qmReportFormat::getTimeStr(seconds) + "\n");
-    file.write(std::ctime(&pTestList->m_endTime));  // ctime ends its own line; a blank line follows
-    file.write("\n");
-    file.flush();
+    qmString text = qmReportFormat::getTimeStr(seconds) + "\n";
+    text += std::ctime(&pTestList->m_endTime);  // ctime ends its own line; a blank line follows
+    text += "\n";
+    // Complete or absent: a waiting program never sees a part of it. A file that cannot be opened
+    // is reported and leaves the run's result as it is; a failed write marks the output as lost.
+    qmWriteWholeFile(m_sglName, text);
 }
 
 void qmSession::listTests(int mode) {

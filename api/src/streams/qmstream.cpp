@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 qmOStream g_ostrm;
@@ -16,18 +18,49 @@ qmTrace g_trace;
 
 // ---------------------------------------------------------------- files
 
-io_stream::io_stream(const qmString& name, int mode, bool report) : m_name(name) {
-    std::string how = (mode & IO_READ) ? "r" : (mode & IO_APPEND) ? "a" : "w";
-    if (mode & IO_BINARY) how += "b";
-    m_file = std::fopen(name.c_str(), how.c_str());
-    if (!m_file && report) {
-        const char* reason = std::strerror(errno);
-        g_ostrm.setMsgLevel(MSG_ERR);
-        g_ostrm << "-- Can't open file " << name
-                << ((mode & IO_READ) ? " to read" : (mode & IO_WRITE) ? " to write" : "") << ": " << reason
-                << "\n";
-        g_ostrm.restoreMsgLevel();
+namespace {
+bool s_outputLost = false;
+
+// Opens without blocking (a FIFO without its other end fails at once or reads as empty instead of
+// waiting) and refuses a directory, which the C library would open for reading. An output keeps
+// blocking writes once open.
+FILE* openFile(const qmString& name, int mode) {
+    const bool read = (mode & IO_READ) != 0;
+    int flags = O_CLOEXEC | O_NONBLOCK;
+    flags |= read ? O_RDONLY : O_WRONLY | O_CREAT | ((mode & IO_APPEND) ? O_APPEND : O_TRUNC);
+    const int fd = ::open(name.c_str(), flags, 0666);
+    if (fd < 0) return nullptr;
+    struct stat st {};
+    if (fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
+        const int error = S_ISDIR(st.st_mode) ? EISDIR : errno;
+        ::close(fd);
+        errno = error;
+        return nullptr;
     }
+    if (!read) fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    FILE* f = fdopen(fd, read ? "r" : (mode & IO_APPEND) ? "a" : "w");
+    if (!f) {
+        const int error = errno;
+        ::close(fd);
+        errno = error;
+    }
+    return f;
+}
+
+void reportOpenFailure(const qmString& name, const char* how, int error) {
+    g_ostrm.setMsgLevel(MSG_ERR);
+    g_ostrm << "-- Can't open file " << name << how << ": " << std::strerror(error) << "\n";
+    g_ostrm.restoreMsgLevel();
+}
+}  // namespace
+
+bool qmOutputLost() { return s_outputLost; }
+void qmSetOutputLost(bool lost) { s_outputLost = lost; }
+
+io_stream::io_stream(const qmString& name, int mode, bool report) : m_name(name) {
+    m_file = openFile(name, mode);
+    if (!m_file && report)
+        reportOpenFailure(name, (mode & IO_READ) ? " to read" : (mode & IO_WRITE) ? " to write" : "", errno);
 }
 
 io_stream::~io_stream() { close(); }
@@ -37,9 +70,21 @@ void io_stream::close() {
     m_file = nullptr;
 }
 
+o_stream::~o_stream() { flush(); }
+
+void o_stream::fail(int error) {
+    if (m_failed || !m_file) return;
+    m_failed = true;  // first, so that the report below does not come back to this file
+    s_outputLost = true;
+    g_ostrm.setMsgLevel(MSG_ERR);
+    g_ostrm << "-- Can't write file " << m_name << ": " << std::strerror(error)
+            << "; the rest of the output to it is lost\n";
+    g_ostrm.restoreMsgLevel();
+}
+
 void o_stream::write(const qmString& s) {
     if (m_file) {
-        std::fputs(s.c_str(), m_file);
+        if (!m_failed && std::fputs(s.c_str(), m_file) == EOF) fail(errno);
         return;
     }
     // The terminal: the progress line steps aside for console text.
@@ -48,19 +93,41 @@ void o_stream::write(const qmString& s) {
     g_progress.afterConsoleWrite(s.str());
 }
 
-void o_stream::flush() { std::fflush(m_file ? m_file : stdout); }
+void o_stream::flush() {
+    if (!m_file) {
+        std::fflush(stdout);
+        return;
+    }
+    if (!m_failed && std::fflush(m_file) == EOF) fail(errno);
+}
 
 void o_stream::writeWhole(const qmString& s) {
+    if (m_failed) return;
     FILE* f = m_file ? m_file : stdout;
-    std::fflush(f);
+    if (std::fflush(f) == EOF) {
+        fail(errno);
+        return;
+    }
     const std::string& text = s.str();
     const char* p = text.data();
     size_t left = text.size();
+    size_t done = 0;
     while (left > 0) {
         const ssize_t n = ::write(fileno(f), p, left);
         if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;  // disk full or closed: the stream reports nothing more than fputs would
+        if (n <= 0) {
+            const int error = n < 0 ? errno : ENOSPC;
+            // The part of the row that went out is cut off again: the file ends with a whole row.
+            struct stat st {};
+            const bool cut = done > 0 && m_file && fstat(fileno(f), &st) == 0 && S_ISREG(st.st_mode) &&
+                             st.st_size >= static_cast<off_t>(done) &&
+                             ftruncate(fileno(f), st.st_size - static_cast<off_t>(done)) == 0;
+            fail(error);
+            if (done > 0 && m_file && !cut) g_ostrm << MSG_ERR << "-- " << m_name << " ends in a cut row\n" << MSG_RESTORE;
+            return;
+        }
         p += n;
+        done += static_cast<size_t>(n);
         left -= static_cast<size_t>(n);
     }
 }
@@ -92,6 +159,61 @@ o_stream* createOStream(const qmString& name, bool append) {
         return nullptr;
     }
     return s;
+}
+
+qmWholeWrite qmWriteWholeFile(const qmString& name, const qmString& text) {
+    auto inPlace = [&] {
+        o_stream out(name, false, true);
+        if (!out.isOpen()) return qmWholeWrite::NotOpened;
+        out.write(text);
+        out.flush();
+        return out.failed() ? qmWholeWrite::Failed : qmWholeWrite::Written;
+    };
+    struct stat st {};
+    const bool exists = ::stat(name.c_str(), &st) == 0;
+    // A device or FIFO cannot be replaced: written in place.
+    if (exists && !S_ISREG(st.st_mode)) return inPlace();
+    // A file the user may not write stays refused, as an open for writing would refuse it.
+    if (exists && access(name.c_str(), W_OK) != 0) {
+        reportOpenFailure(name, " to write", errno);
+        return qmWholeWrite::NotOpened;
+    }
+    std::string tmp = name.str() + ".XXXXXX";
+    const int fd = mkostemp(tmp.data(), O_CLOEXEC);
+    if (fd < 0) {
+        // No file can be made beside it (a directory the user may not write): the file itself is
+        // written, as far as it goes.
+        if (exists) return inPlace();
+        reportOpenFailure(name, " to write", errno);
+        return qmWholeWrite::NotOpened;
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    fchmod(fd, exists ? (st.st_mode & 07777) : (0666 & ~mask));
+    const std::string& bytes = text.str();
+    size_t done = 0;
+    int error = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) {
+            error = n < 0 ? errno : ENOSPC;
+            break;
+        }
+        done += static_cast<size_t>(n);
+    }
+    if (error == 0 && fsync(fd) != 0) error = errno;
+    if (::close(fd) != 0 && error == 0) error = errno;
+    if (error == 0 && std::rename(tmp.c_str(), name.c_str()) != 0) error = errno;
+    if (error != 0) {
+        std::remove(tmp.c_str());
+        s_outputLost = true;
+        g_ostrm.setMsgLevel(MSG_ERR);
+        g_ostrm << "-- Can't write file " << name << ": " << std::strerror(error) << "; it is not written\n";
+        g_ostrm.restoreMsgLevel();
+        return qmWholeWrite::Failed;
+    }
+    return qmWholeWrite::Written;
 }
 
 // ---------------------------------------------------------------- console stream
@@ -128,6 +250,7 @@ bool qmOStream::beginMessage(int level) {
 }
 
 void qmOStream::write(const qmString& s) {
+    if (m_capturing && m_msgLevel == MSG_ERR) m_errors += s;
     if (!passes()) return;
     for (o_stream* o : m_outputs) o->write(s);
 }
@@ -177,9 +300,26 @@ int qmLevelMask(const qmString& letters) {
 
 qmCStream::~qmCStream() { close(); }
 
+namespace {
+// True when the file exists and its last byte is not a line end (a table cut in a row).
+bool endsInPartialLine(const qmString& name) {
+    const int fd = ::open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return false;
+    struct stat st {};
+    char last = '\n';
+    if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0 && pread(fd, &last, 1, st.st_size - 1) != 1)
+        last = '\n';
+    ::close(fd);
+    return last != '\n';
+}
+}  // namespace
+
 bool qmCStream::addStream(const qmString& name, bool append) {
+    const bool damaged = append && endsInPartialLine(name);
     o_stream* s = createOStream(name, append);
     if (!s) return false;
+    // Rows appended to a table that ends in a cut row start on a line of their own.
+    if (damaged) s->writeWhole("\n");
     m_outputs.append(s);
     return true;
 }

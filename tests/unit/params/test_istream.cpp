@@ -210,3 +210,22 @@ TEST_F(IStream, DialogueRaisesOutputLevelAndTurnsSignalsIntoExceptions) {
     g_istrm.deleteIStream();
     std::fclose(f);
 }
+
+// -d values that no parameter asked for are named at the end of the run; a name that differs from
+// an asked one only in letter case says which.
+TEST_F(IStream, UnusedDataIsNamedWithACaseHint) {
+    captureConsole();
+    g_ostrm.setOutLevel(ERR);
+    g_istrm.addData("NumLoop", "2");
+    g_istrm.addData("size", "32x32");
+    g_istrm.addData("", "5");
+    g_istrm.addData("Len", "8");
+    EXPECT_EQ(g_istrm.getItemValue("Len", "", "1", ""), "8");
+    EXPECT_EQ(g_istrm.getItemValue("Size", "", "1x1", ""), "1x1");
+    g_istrm.reportUnusedData();
+    EXPECT_EQ(captured(),
+              "-- Warning: -d=5 names no parameter; it was not used\n"
+              "-- Warning: -dNumLoop=2 was not used: no parameter of this run is named NumLoop\n"
+              "-- Warning: -dsize=32x32 was not used: no parameter of this run is named size (names differ in letter "
+              "case: Size)\n");
+}

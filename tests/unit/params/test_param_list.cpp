@@ -52,10 +52,39 @@ TEST(ParamList, ListInOrderTypedAndDefaultString) {
 
 TEST(ParamList, EmptyDefinitions) {
     qmIterator_NSC<int> p(64, "Len", "");
-    for (const char* def : {"", "   ", ";", " ; ; "}) EXPECT_EQ(translateError(p, def), "Empty iterator definition") << def;
+    for (const char* def : {"", "   ", ";", " ; ; "})
+        EXPECT_EQ(translateError(p, def), qmString("Empty iterator definition of Len = \"") + def + "\"") << def;
     qmDefault_NSC<double> d(1.0, "Gain", "");
-    EXPECT_EQ(translateError(d, ";"), "Empty iterator definition");
+    EXPECT_EQ(translateError(d, ";"), "Empty iterator definition of Gain = \";\"");
     EXPECT_EQ(walk(p), std::vector<int>{64});
+    // Thrown as an exception of bad input, never as a signal.
+    try {
+        p.translate("");
+    } catch (const qmException& e) {
+        EXPECT_EQ(qmString(e.msg()).find("--ZKR. Exception: "), 0);
+    }
+}
+
+// Declared limits: every item of a list is checked, NaN and infinities never pass, and the message
+// names the parameter, the value and the range; an item that is no number says the range too.
+TEST(ParamList, LimitsRefuseValuesOutsideByName) {
+    qmIterator_NSC<double> f({0.5, 2.0}, "xFactor", "Horizontal factor");
+    f.setLimits(0.001, 1000.0);
+    EXPECT_EQ(translateError(f, "2; 1e10"), "Invalid value of xFactor = 1e10 (allowed: 0.001 to 1000)");
+    EXPECT_EQ(translateError(f, "0"), "Invalid value of xFactor = 0 (allowed: 0.001 to 1000)");
+    for (const char* bad : {"nan", "inf", "-inf", "1e309"})
+        EXPECT_EQ(translateError(f, bad), qmString("Invalid value of xFactor = ") + bad + " (allowed: 0.001 to 1000)") << bad;
+    EXPECT_EQ(walk(f), (std::vector<double>{0.5, 2.0}));  // refused definitions changed nothing
+    EXPECT_EQ(translateError(f, "0.001; 1000"), "");
+    EXPECT_EQ(f.prompt(), "Horizontal factor {0.001 to 1000}");
+    qmIterator_NSC<ZkriSize> m(ZkriSize{3, 3}, "MaskSize", "");
+    m.setLimits({1, 1}, {256, 256});
+    EXPECT_EQ(translateError(m, "3x3; 0x0; 5x5"), "Invalid value of MaskSize = 0x0 (allowed: 1x1 to 256x256)");
+    EXPECT_EQ(translateError(m, "2147483647x1"), "Invalid value of MaskSize = 2147483647x1 (allowed: 1x1 to 256x256)");
+    EXPECT_EQ(translateError(m, "256x1"), "");
+    qmDefault_NSC<float> single(1.0f, "gain", "");
+    EXPECT_EQ(translateError(single, "1e39"), "Invalid value of gain = 1e39");  // beyond a float: no number of the type
+    EXPECT_EQ(translateError(single, "3e38"), "");
 }
 
 TEST(ParamList, FirstInvalidItemIsReported) {
@@ -90,7 +119,7 @@ TEST(ParamList, EnumValidationOnlyWhileOn) {
     qmEnumIterator<int> e(1, {1, 2, 4}, "Channels", "Channels");
     EXPECT_EQ(e.validString(), "1, 2, 4");
     EXPECT_EQ(e.prompt(), "Channels {1, 2, 4}");
-    EXPECT_EQ(translateError(e, "2; 3"), "Invalid value of Channels = 3");
+    EXPECT_EQ(translateError(e, "2; 3"), "Invalid value of Channels = 3 (allowed: 1, 2, 4)");
     e.resetValidation();
     e.translate("2; 3");
     EXPECT_EQ(walk(e), (std::vector<int>{2, 3}));
@@ -102,8 +131,8 @@ TEST(ParamMap, PrefixInAnyCaseFirstEntryWins) {
     EXPECT_EQ(walk(m), (std::vector<int>{2, 3, 1, 0}));
     EXPECT_EQ(m.defaultString(), "accurate; accurate2; fast; none");
     EXPECT_EQ(m.validString(), "fast, accurate, accurate2, none");
-    EXPECT_EQ(translateError(m, "accurately"), "Invalid value of Hint = accurately");  // longer than any name
-    EXPECT_EQ(translateError(m, "fast; x"), "Invalid value of Hint = x");
+    EXPECT_EQ(translateError(m, "accurately"), "Invalid value of Hint = accurately (allowed: fast, accurate, accurate2, none)");  // longer than any name
+    EXPECT_EQ(translateError(m, "fast; x"), "Invalid value of Hint = x (allowed: fast, accurate, accurate2, none)");
 }
 
 TEST(ParamMap, EnumerationsThroughNames) {
@@ -135,7 +164,7 @@ TEST(ParamMap, YesNo) {
     ASSERT_TRUE(yn.firstValue());
     EXPECT_TRUE(yn.value());
     EXPECT_EQ(yn.valueString(), "yes");
-    EXPECT_EQ(translateError(yn, "maybe"), "Invalid value of MisalignFirstVectorOnly = maybe");
+    EXPECT_EQ(translateError(yn, "maybe"), "Invalid value of MisalignFirstVectorOnly = maybe (allowed: yes, no)");
 }
 
 TEST(ParamPair, CommaSeparatedAndQuotedInTables) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <utility>
 #include <vector>
 
 #include "qmstepiterator.h"
@@ -60,35 +61,64 @@ TEST(ParamStep, ThreeItemsWithoutOperationAreAList) {
     EXPECT_EQ(translateError(p, "1; 2; *3; 4"), "Invalid value of len = *3");
 }
 
+// A conflict names the parameter, the definition and the rule it breaks.
 TEST(ParamStep, ConflictsFollowTheRangeRules) {
     qmStepIterator<int> p(0, "len", "");
-    for (const char* def : {"1; 10; +0",     // ascending '+' needs a step of at least 1
-                            "10; 1; +1",     // descending '+' needs a step below 1
-                            "1; 10; -1",     // ascending '-' needs a step below 1
-                            "10; 1; -0",     // descending '-' needs a step of at least 1
-                            "0; 64; *2",     // a zero limit
-                            "-1; 64; *2",    // limits of different sign
-                            "1; 64; *1",     // '*' needs a step above 1
-                            "64; 1; *2",     // positive limits must ascend
-                            "-64; -1; *2",   // negative limits must descend
-                            "-16; -16; *2"}) // equal negative limits do not descend
-        EXPECT_EQ(translateError(p, def), kConflict) << def;
+    const std::pair<const char*, const char*> cases[] = {
+        {"1; 10; +0", "'+' from a lower to a higher limit needs a step of at least 1"},
+        {"10; 1; +1", "'+' from a higher to a lower limit needs a step below 1"},
+        {"1; 10; -1", "'-' from a lower to a higher limit needs a step below 1"},
+        {"10; 1; -0", "'-' from a higher to a lower limit needs a step of at least 1"},
+        {"0; 64; *2", "'*' needs both limits at least 1 or both negative"},   // a zero limit
+        {"-1; 64; *2", "'*' needs both limits at least 1 or both negative"},  // limits of different sign
+        {"1; 64; *1", "'*' needs a step above 1"},
+        {"64; 1; *2", "'*' with positive limits needs the first below the last"},
+        {"-64; -1; *2", "'*' with negative limits needs the first above the last"},
+        {"-16; -16; *2", "'*' with negative limits needs the first above the last"}};  // equal ones do not descend
+    for (const auto& [def, rule] : cases)
+        EXPECT_EQ(translateError(p, def), qmString(kConflict) + " in len = " + def + ": " + rule) << def;
     qmStepIterator<double> d(1.0, "gain", "");
-    EXPECT_EQ(translateError(d, "0.5; 4; *2"), kConflict);   // a positive limit below 1
-    EXPECT_EQ(translateError(d, "0; 1; +0.25"), kConflict);  // the step rules hold for fractions too
+    EXPECT_EQ(translateError(d, "0.5; 4; *2"),  // a positive limit below 1
+              qmString(kConflict) + " in gain = 0.5; 4; *2: '*' needs both limits at least 1 or both negative");
+    EXPECT_TRUE(translateError(d, "0; 1; +0.25").startsWith(kConflict));  // the step rules hold for fractions too
     EXPECT_EQ(translateError(p, "10; 1; +0"), "");  // allowed, and the walk still ends
     EXPECT_EQ(walk(p), std::vector<int>{10});
+    // A range built in code that breaks a rule is told the same way.
+    try {
+        qmStepIterator<int> bad(1, 10, '*', 1, "steps", "");
+        ADD_FAILURE() << "accepted";
+    } catch (const qmException& e) {
+        EXPECT_STREQ(e.info(), "Conflict between iterator limits and operation in steps = 1; 10; *1: '*' needs a step above 1");
+        EXPECT_EQ(qmString(e.msg()).find("--ZKR. Exception: "), 0);  // an exception, not a signal
+    }
 }
 
 TEST(ParamStep, BadLimitsAndSteps) {
     qmStepIterator<int> p(0, "len", "");
-    EXPECT_EQ(translateError(p, "a; 10; +1"), "Invalid first value = a");
-    EXPECT_EQ(translateError(p, "1; 1e; +1"), "Invalid last value = 1e");
-    EXPECT_EQ(translateError(p, "1; 10; +"), "Invalid step = +");
-    EXPECT_EQ(translateError(p, "1; 10; *two"), "Invalid step = *two");
+    EXPECT_EQ(translateError(p, "a; 10; +1"), "Invalid first value = a of len = a; 10; +1");
+    EXPECT_EQ(translateError(p, "1; 1e; +1"), "Invalid last value = 1e of len = 1; 1e; +1");
+    EXPECT_EQ(translateError(p, "1; 10; +"), "Invalid step = + of len = 1; 10; +");
+    EXPECT_EQ(translateError(p, "1; 10; *two"), "Invalid step = *two of len = 1; 10; *two");
     p.translate("4; 8; +2");
-    EXPECT_EQ(translateError(p, "1; 10; +0"), kConflict);
+    EXPECT_TRUE(translateError(p, "1; 10; +0").startsWith(kConflict));
     EXPECT_EQ(walk(p), (std::vector<int>{4, 6, 8}));  // a rejected definition changes nothing
+}
+
+// Declared limits hold for both limits of a range (every value lies between them) and for each
+// dimension of a size; the message names the parameter, the value and the allowed range.
+TEST(ParamStep, LimitsOfARange) {
+    qmStepIterator<int> p(8, "orderX", "");
+    p.setLimits(0, 13);
+    EXPECT_EQ(translateError(p, "2; 20; +1"), "Invalid value of orderX = 20 (allowed: 0 to 13)");
+    EXPECT_EQ(translateError(p, "-1; 4; +1"), "Invalid value of orderX = -1 (allowed: 0 to 13)");
+    EXPECT_EQ(translateError(p, "13; 0; -13"), "");  // the limits themselves are allowed
+    EXPECT_EQ(walk(p), (std::vector<int>{13, 0}));
+    zkSizeIterator s(ZkriSize{64, 64}, "Size", "");
+    s.setLimits({1, 1}, {1024, 512});
+    EXPECT_EQ(translateError(s, "16x16; 1024x1024; *2"), "Invalid value of Size = 1024x1024 (allowed: 1x1 to 1024x512)");
+    EXPECT_EQ(translateError(s, "0x4"), "Invalid value of Size = 0x4 (allowed: 1x1 to 1024x512)");
+    EXPECT_EQ(translateError(s, "1024x512; 1x1; 16x16"), "");
+    EXPECT_EQ(s.prompt(), " {1x1 to 1024x512}");
 }
 
 TEST(ParamStep, TextForms) {
@@ -141,11 +171,12 @@ TEST(ParamStepSize, BothDimensionsFollowTheRange) {
 
 TEST(ParamStepSize, DimensionsMayNotRunApart) {
     zkSizeIterator s(ZkriSize{64, 64}, "Size", "");
-    EXPECT_EQ(translateError(s, "16x1024; 1024x16; *2"), kConflict);
-    EXPECT_EQ(translateError(s, "0x16; 64x64; *2"), kConflict);
-    EXPECT_EQ(translateError(s, "16x16; 64x64; *2x1"), kConflict);  // a held dimension is a list's job
+    EXPECT_EQ(translateError(s, "16x1024; 1024x16; *2"),
+              qmString(kConflict) + " in Size = 16x1024; 1024x16; *2: the dimensions of the limits run in opposite directions");
+    EXPECT_TRUE(translateError(s, "0x16; 64x64; *2").startsWith(kConflict));
+    EXPECT_TRUE(translateError(s, "16x16; 64x64; *2x1").startsWith(kConflict));  // a held dimension is a list's job
     EXPECT_EQ(translateError(s, "16x16; 64; *2"), "");
-    EXPECT_EQ(translateError(s, "16x16; 6y4; *2"), "Invalid last value = 6y4");
+    EXPECT_EQ(translateError(s, "16x16; 6y4; *2"), "Invalid last value = 6y4 of Size = 16x16; 6y4; *2");
 }
 
 TEST(ParamScale, DefaultsFollowTheFunction) {

@@ -1,6 +1,16 @@
 // Console and table streams, the tracer and the -L letters.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
 #include "qmstream.h"
 #include "test_capture.h"
 
@@ -115,6 +125,126 @@ TEST(OStream, OpenFailureIsReportedOnTheConsole) {
     i_stream quiet("/nonexistent-qm-dir/in.ini", false, false);
     EXPECT_FALSE(quiet.isOpen());
     EXPECT_EQ(console.text(), before);
+}
+
+// ---------------------------------------------------------------- checked writes
+
+namespace {
+size_t occurrences(const std::string& text, const std::string& what) {
+    size_t n = 0;
+    for (size_t p = text.find(what); p != std::string::npos; p = text.find(what, p + 1)) ++n;
+    return n;
+}
+}  // namespace
+
+// A failed write is reported once, with the file and the system's reason, whatever way the text
+// went (buffered, flushed, as a whole row); the run then counts its output as lost.
+TEST(OutputFile, WriteFailureIsReportedOnceAndMarksOutputLost) {
+    ConsoleCapture console(ERR);
+    qmSetOutputLost(false);
+    {
+        o_stream full("/dev/full", false);
+        ASSERT_TRUE(full.isOpen());
+        full.write("row 1\n");
+        full.flush();
+        full.writeWhole("row 2\n");
+        full.write("row 3\n");
+        EXPECT_TRUE(full.failed());
+    }
+    EXPECT_TRUE(qmOutputLost());
+    EXPECT_EQ(occurrences(console.text(), "-- Can't write file /dev/full: No space left on device; the rest of the output "
+                                          "to it is lost\n"),
+              1u)
+        << console.text();
+    qmSetOutputLost(false);
+    qmCStream table;
+    ASSERT_TRUE(table.addStream("/dev/full", false));
+    table << "a" << "b" << "\n";
+    EXPECT_TRUE(qmOutputLost());
+    qmSetOutputLost(false);
+}
+
+// A row the system takes only in part (here: the file size limit) is cut off again, so the table
+// ends with its last whole row.
+TEST(OutputFile, ARowCutByTheSystemIsTakenOffAgain) {
+    TempFile table("cut");
+    const pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{10, 10};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        o_stream o(table.path(), false);
+        o.writeWhole("12345\n");
+        o.writeWhole("abcdefgh\n");
+        _exit(o.failed() && qmOutputLost() ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(table.read(), "12345\n");
+}
+
+// Rows appended to a table that ends in a cut row start on a new line; a whole table is continued.
+TEST(OutputFile, AppendingToACutTableStartsOnANewLine) {
+    for (const auto& [before, after] : {std::pair<std::string, std::string>{"a,b,c", "a,b,c\nx,y\n"},
+                                        {"a\n", "a\nx,y\n"},
+                                        {"", "x,y\n"}}) {
+        TempFile table("append");
+        std::ofstream(table.path()) << before;
+        {
+            qmCStream c;
+            ASSERT_TRUE(c.addStream(table.path(), true));
+            c << "x" << "y" << "\n";
+        }
+        EXPECT_EQ(table.read(), after) << before;
+    }
+}
+
+// Opening never waits: a FIFO without a reader cannot be written, one without a writer reads as
+// empty, a directory is refused with the system's reason.
+TEST(OutputFile, OpeningNeverBlocks) {
+    ConsoleCapture console(ERR);
+    TempFile fifo("fifo");
+    ASSERT_EQ(mkfifo(fifo.path().c_str(), 0600), 0);
+    o_stream w(fifo.path(), false);
+    EXPECT_FALSE(w.isOpen());
+    i_stream r(fifo.path());
+    ASSERT_TRUE(r.isOpen());
+    qmString line;
+    EXPECT_FALSE(r.getline(line));
+    const std::string dir = testing::TempDir();
+    i_stream d(dir);
+    EXPECT_FALSE(d.isOpen());
+    const std::string out = console.text();
+    EXPECT_NE(out.find(fifo.path() + " to write: No such device or address\n"), std::string::npos) << out;
+    EXPECT_NE(out.find(" to read: Is a directory\n"), std::string::npos) << out;
+}
+
+// A whole file is replaced when complete or left as it was; a file that cannot be made is an open
+// failure (the run's result stays), a failed write loses output.
+TEST(OutputFile, WholeFileIsReplacedOrLeftAlone) {
+    ConsoleCapture console(ERR);
+    qmSetOutputLost(false);
+    TempFile f("whole");
+    std::ofstream(f.path()) << "old\n";
+    EXPECT_EQ(qmWriteWholeFile(f.path(), "new\n"), qmWholeWrite::Written);
+    EXPECT_EQ(f.read(), "new\n");
+    EXPECT_EQ(qmWriteWholeFile("/nonexistent-qm-dir/x.end", "x"), qmWholeWrite::NotOpened);
+    EXPECT_FALSE(qmOutputLost());
+    EXPECT_EQ(qmWriteWholeFile("/dev/full", "x\n"), qmWholeWrite::Failed);
+    EXPECT_TRUE(qmOutputLost());
+    qmSetOutputLost(false);
+    const std::string out = console.text();
+    EXPECT_NE(out.find("-- Can't open file /nonexistent-qm-dir/x.end to write: No such file or directory\n"),
+              std::string::npos)
+        << out;
+    EXPECT_NE(out.find("-- Can't write file /dev/full: No space left on device"), std::string::npos) << out;
+    // No temporary file is left beside it.
+    size_t beside = 0;
+    for (const auto& e : std::filesystem::directory_iterator(testing::TempDir()))
+        beside += e.path().string().rfind(f.path() + ".", 0) == 0;
+    EXPECT_EQ(beside, 0u);
 }
 
 TEST(InputFile, ReadsLinesOfAnyLength) {
