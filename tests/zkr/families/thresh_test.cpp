@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "family_support.h"
+#include "float_fills.h"
 #include "test_support.h"
 
 #define ZKR_TABLE "thresh/thresh.tbl"
@@ -175,7 +176,9 @@ template <class S> struct Call {
         return a;
     }
 
-    // Sets about one component in eight to the threshold(s) of its channel, and a few float ones to NaN.
+    // Sets about one component in eight to the threshold(s) of its channel, and a few float ones to
+    // the hostile fills' specials (NaN of both signs, infinities, zeros, denormals) or to values
+    // from 1e-30 to 1e30 of either sign.
     void hitThresholds(std::mt19937& rng) {
         Plane<S>& in = input();
         std::uniform_int_distribution<int> pick(0, 15);
@@ -185,7 +188,10 @@ template <class S> struct Call {
                 const int ch = i % fc->channels, p = pick(rng);
                 if (p == 0) row[i] = fc->op == Op::LTValGTVal ? k.tLT[ch] : k.t[ch];
                 else if (p == 1) row[i] = fc->op == Op::LTValGTVal ? k.tGT[ch] : k.t[ch];
-                else if (p == 2 && std::is_floating_point_v<S>) row[i] = std::numeric_limits<S>::quiet_NaN();
+                else if (p == 2 && std::is_floating_point_v<S>)
+                    row[i] = S(floats::specials()[rng() % floats::specials().size()]);
+                else if (p == 3 && std::is_floating_point_v<S>)
+                    row[i] = S(floats::wideValue(rng, rng() & 1));
             }
         }
     }
@@ -195,7 +201,13 @@ template <class S> struct Call {
         const Plane<S> before = dst;
         const std::vector<S> srcBefore = src.data;
         const Plane<S>& in = fc->inPlace ? before : src;
-        ASSERT_EQ(fc->call(args()), zkrStsNoErr);
+        ZkrStatus status = zkrStsNoErr;
+        const unsigned raised = floats::flagsOf([&] { status = fc->call(args()); });
+        ASSERT_EQ(status, zkrStsNoErr);
+        // The comparisons are C's ordered < and >: invalid for a NaN, denormal-operand for a
+        // denormal; no arithmetic, so nothing else (integers: nothing at all).
+        EXPECT_EQ(raised & ~(std::is_floating_point_v<S> ? floats::kInvalid | floats::kDenormal : 0u), 0u)
+            << "raised " << floats::flagNames(raised);
         int mismatches = 0;
         for (std::size_t i = 0; i < dst.data.size() && mismatches < 5; ++i) {
             if (!before.insideRoi(i) && !sameBits(dst.data[i], before.data[i])) {
