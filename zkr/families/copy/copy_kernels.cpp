@@ -26,12 +26,6 @@
 namespace zkr::copy::ZKR_LEVEL_NS {
 namespace {
 
-template <class E> inline const E* srcRow(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const E*>(static_cast<const unsigned char*>(base) + step * y);
-}
-template <class E> inline E* dstRow(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<E*>(static_cast<unsigned char*>(base) + step * y);
-}
 template <class E> inline E valueAt(const CopyJob& j, int k) {
     E v;
     std::memcpy(&v, j.value + k * sizeof(E), sizeof(E));
@@ -65,16 +59,14 @@ void streamBytes(unsigned char* d, const unsigned char* s, std::size_t n) {
 }
 
 void bytesRows(const CopyJob& j, int y0, int y1) {
-    const std::size_t n = std::size_t(j.width) * std::size_t(j.srcPeriod);
-    const auto* s = srcRow<unsigned char>(j.src, j.srcStep, y0);
-    auto* d = dstRow<unsigned char>(j.dst, j.dstStep, y0);
+    const int n = j.width * j.srcPeriod;
     // Rows without padding on both sides are one block.
-    const bool block = j.srcStep == std::ptrdiff_t(n) && j.dstStep == std::ptrdiff_t(n);
-    const int rows = block ? 1 : y1 - y0;
-    const std::size_t len = block ? n * std::size_t(y1 - y0) : n;
-    for (int y = 0; y < rows; ++y, s += j.srcStep, d += j.dstStep) {
-        if (j.nonTemporal) streamBytes(d, s, len);
-        else std::memcpy(d, s, len);
+    const RowRuns r = rowRuns(stepsAre(n, j.srcStep, j.dstStep), n, y0, y1);
+    for (int y = y0; y < r.yEnd; ++y) {
+        const auto* s = rowOf<unsigned char>(j.src, j.srcStep, y);
+        auto* d = rowOf<unsigned char>(j.dst, j.dstStep, y);
+        if (j.nonTemporal) streamBytes(d, s, std::size_t(r.len));
+        else std::memcpy(d, s, std::size_t(r.len));
     }
     if (j.nonTemporal) _mm_sfence();
 }
@@ -96,8 +88,8 @@ template <class E> ZKR_NOINLINE void copyAC4(E* __restrict d, const E* __restric
 template <class E> void stridedRows(const CopyJob& j, int y0, int y1) {
     const int key = shapeKey(j.srcPeriod, j.dstPeriod, j.count);
     for (int y = y0; y < y1; ++y) {
-        const E* s = srcRow<E>(j.src, j.srcStep, y);
-        E* d = dstRow<E>(j.dst, j.dstStep, y);
+        const E* s = rowOf<E>(j.src, j.srcStep, y);
+        E* d = rowOf<E>(j.dst, j.dstStep, y);
         switch (key) {
             case shapeKey(4, 4, 3): copyAC4(d, s, j.width); break;
             case shapeKey(3, 3, 1): stridedLoop<E, 3, 3, 1>(d, s, j.width); break;
@@ -122,9 +114,9 @@ ZKR_NOINLINE void maskedLoop(E* __restrict d, const E* __restrict s, const std::
 
 template <class E> void maskedRows(const CopyJob& j, int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
-        const E* s = srcRow<E>(j.src, j.srcStep, y);
-        E* d = dstRow<E>(j.dst, j.dstStep, y);
-        const std::uint8_t* m = srcRow<std::uint8_t>(j.mask, j.maskStep, y);
+        const E* s = rowOf<E>(j.src, j.srcStep, y);
+        E* d = rowOf<E>(j.dst, j.dstStep, y);
+        const std::uint8_t* m = rowOf<std::uint8_t>(j.mask, j.maskStep, y);
         switch (shapeKey(j.srcPeriod, j.dstPeriod, j.count)) {
             case shapeKey(1, 1, 1): maskedLoop<E, 1, 1>(d, s, m, j.width); break;
             case shapeKey(3, 3, 3): maskedLoop<E, 3, 3>(d, s, m, j.width); break;
@@ -168,18 +160,18 @@ template <class E> void fillRows(const CopyJob& j, int y0, int y1) {
     const int key = shapeKey(j.dstPeriod, j.dstPeriod, j.count);
     if (j.dstPeriod == j.count) {
         // Whole pixels: the band's first row by pixels, the others copied from it (in cache).
-        E* first = dstRow<E>(j.dst, j.dstStep, y0);
+        E* first = rowOf<E>(j.dst, j.dstStep, y0);
         switch (j.count) {
             case 1: fillPixels<E, 1>(first, v, j.width); break;
             case 3: fillPixels<E, 3>(first, v, j.width); break;
             default: fillPixels<E, 4>(first, v, j.width); break;
         }
         const std::size_t bytes = std::size_t(j.width) * std::size_t(j.count) * sizeof(E);
-        for (int y = y0 + 1; y < y1; ++y) std::memcpy(dstRow<E>(j.dst, j.dstStep, y), first, bytes);
+        for (int y = y0 + 1; y < y1; ++y) std::memcpy(rowOf<E>(j.dst, j.dstStep, y), first, bytes);
         return;
     }
     for (int y = y0; y < y1; ++y) {
-        E* d = dstRow<E>(j.dst, j.dstStep, y);
+        E* d = rowOf<E>(j.dst, j.dstStep, y);
         switch (key) {
             case shapeKey(4, 4, 3): fillAC4(d, v, j.width); break;
             case shapeKey(3, 3, 1): fillChannel<E, 3>(d, v[0], j.width); break;
@@ -202,8 +194,8 @@ template <class E> void fillMaskedRows(const CopyJob& j, int y0, int y1) {
     E v[4];
     for (int k = 0; k < 4; ++k) v[k] = valueAt<E>(j, k);
     for (int y = y0; y < y1; ++y) {
-        E* d = dstRow<E>(j.dst, j.dstStep, y);
-        const std::uint8_t* m = srcRow<std::uint8_t>(j.mask, j.maskStep, y);
+        E* d = rowOf<E>(j.dst, j.dstStep, y);
+        const std::uint8_t* m = rowOf<std::uint8_t>(j.mask, j.maskStep, y);
         switch (shapeKey(j.dstPeriod, j.dstPeriod, j.count)) {
             case shapeKey(1, 1, 1): fillMaskedLoop<E, 1, 1>(d, v, m, j.width); break;
             case shapeKey(3, 3, 3): fillMaskedLoop<E, 3, 3>(d, v, m, j.width); break;
@@ -254,9 +246,9 @@ ZKR_NOINLINE void split4(E* __restrict a, E* __restrict b, E* __restrict c, E* _
 
 template <class E> void mergeRows(const CopyJob& j, int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
-        E* d = dstRow<E>(j.dst, j.dstStep, y);
+        E* d = rowOf<E>(j.dst, j.dstStep, y);
         const E* p[4] = {};
-        for (int c = 0; c < j.count; ++c) p[c] = srcRow<E>(j.srcPlanes[c], j.srcStep, y);
+        for (int c = 0; c < j.count; ++c) p[c] = rowOf<E>(j.srcPlanes[c], j.srcStep, y);
         if (j.count == 3) merge3(d, p[0], p[1], p[2], j.width);
         else merge4(d, p[0], p[1], p[2], p[3], j.width);
     }
@@ -264,9 +256,9 @@ template <class E> void mergeRows(const CopyJob& j, int y0, int y1) {
 
 template <class E> void splitRows(const CopyJob& j, int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
-        const E* s = srcRow<E>(j.src, j.srcStep, y);
+        const E* s = rowOf<E>(j.src, j.srcStep, y);
         E* p[4] = {};
-        for (int c = 0; c < j.count; ++c) p[c] = dstRow<E>(j.dstPlanes[c], j.dstStep, y);
+        for (int c = 0; c < j.count; ++c) p[c] = rowOf<E>(j.dstPlanes[c], j.dstStep, y);
         if (j.count == 3) split3(p[0], p[1], p[2], s, j.width);
         else split4(p[0], p[1], p[2], p[3], s, j.width);
     }
@@ -276,7 +268,7 @@ template <class E> void planarRows(const CopyJob& j, int y0, int y1) {
     const std::size_t bytes = std::size_t(j.width) * sizeof(E);
     for (int c = 0; c < j.count; ++c)
         for (int y = y0; y < y1; ++y)
-            std::memcpy(dstRow<E>(j.dstPlanes[c], j.dstStep, y), srcRow<E>(j.srcPlanes[c], j.srcStep, y), bytes);
+            std::memcpy(rowOf<E>(j.dstPlanes[c], j.dstStep, y), rowOf<E>(j.srcPlanes[c], j.srcStep, y), bytes);
 }
 
 // ---- channel order ------------------------------------------------------------------------
@@ -298,8 +290,8 @@ ZKR_NOINLINE void swapLoop(E* d, const E* s, const int* order, E v, int w) {
 template <class E> void swapRows(const CopyJob& j, int y0, int y1) {
     const E v = valueAt<E>(j, 0);
     for (int y = y0; y < y1; ++y) {
-        const E* s = srcRow<E>(j.src, j.srcStep, y);
-        E* d = dstRow<E>(j.dst, j.dstStep, y);
+        const E* s = rowOf<E>(j.src, j.srcStep, y);
+        E* d = rowOf<E>(j.dst, j.dstStep, y);
         switch (shapeKey(j.srcPeriod, j.dstPeriod, j.count)) {
             case shapeKey(3, 3, 3): swapLoop<E, 3, 3, 3>(d, s, j.order, v, j.width); break;
             case shapeKey(4, 4, 3): swapLoop<E, 4, 4, 3>(d, s, j.order, v, j.width); break;
@@ -321,8 +313,8 @@ template <class E> ZKR_NOINLINE void dup3(E* __restrict d, const E* __restrict s
 
 template <class E> void dupRows(const CopyJob& j, int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
-        const E* s = srcRow<E>(j.src, j.srcStep, y);
-        E* d = dstRow<E>(j.dst, j.dstStep, y);
+        const E* s = rowOf<E>(j.src, j.srcStep, y);
+        E* d = rowOf<E>(j.dst, j.dstStep, y);
         if (j.dstPeriod == 3 && j.count == 3) {
             dup3(d, s, j.width);
         } else {
@@ -342,7 +334,7 @@ void unpackRows(const CopyJob& j, int y0, int y1) {
     using E = std::uint32_t;
     const int W = j.width, H = j.height, ch = j.channels;
     const int K = (W - 1) / 2;
-    auto P = [&](int r) { return srcRow<E>(j.src, j.srcStep, r); };
+    auto P = [&](int r) { return rowOf<E>(j.src, j.srcStep, r); };
     // The spectrum of a packed column (0, or W-1 for u = W/2) at vertical frequency v.
     auto column = [&](int col, int v, int c, E* out) {
         const bool mirrored = 2 * v > H;
@@ -358,7 +350,7 @@ void unpackRows(const CopyJob& j, int y0, int y1) {
         out[1] = mirrored ? negate(im, j.floatData) : im;
     };
     for (int v = y0; v < y1; ++v) {
-        E* d = dstRow<E>(j.dst, j.dstStep, v);
+        E* d = rowOf<E>(j.dst, j.dstStep, v);
         const E* row = P(v);
         const E* mirror = P((H - v) % H);
         for (int u = 1; u <= K; ++u)
@@ -383,10 +375,10 @@ void packRows(const CopyJob& j, int y0, int y1) {
     using E = std::uint32_t;
     const int W = j.width, H = j.height, ch = j.channels;
     const int K = (W - 1) / 2;
-    auto S = [&](int r) { return srcRow<E>(j.src, j.srcStep, r); };
+    auto S = [&](int r) { return rowOf<E>(j.src, j.srcStep, r); };
     (void)H;
     for (int r = y0; r < y1; ++r) {
-        E* d = dstRow<E>(j.dst, j.dstStep, r);
+        E* d = rowOf<E>(j.dst, j.dstStep, r);
         const E* row = S(r);
         for (int u = 1; u <= K; ++u)
             for (int c = 0; c < ch; ++c) {

@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "geom_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -176,13 +177,12 @@ template <class T, int C, bool Alpha> inline void put(T* d, int x, T v) {
 
 template <class T, int C, bool Alpha> void ramp(const RampJob& j, int y0, int y1) {
     const int w = j.width;
-    auto rowAt = [&](int y) { return reinterpret_cast<T*>(static_cast<uchar*>(j.dst) + j.dstStep * y); };
     for (int y = y0; y < y1; ++y) {
-        T* __restrict d = rowAt(y);
+        T* __restrict d = rowOf<T>(j.dst, j.dstStep, y);
         switch (j.axis) {
             case 0:  // along x: every row alike; the band's first row is computed, the others copied
                 if (y > y0 && !Alpha) {
-                    std::memcpy(d, rowAt(y0), std::size_t(w) * C * sizeof(T));
+                    std::memcpy(d, rowOf<T>(j.dst, j.dstStep, y0), std::size_t(w) * C * sizeof(T));
                 } else {
                     for (int x = 0; x < w; ++x) put<T, C, Alpha>(d, x, toElem<T>(j.offset + j.slope * double(x)));
                 }

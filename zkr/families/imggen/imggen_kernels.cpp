@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "imggen_kernels.h"
+#include "rows.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -20,12 +21,6 @@
 namespace zkr::imggen::ZKR_LEVEL_NS {
 namespace {
 
-template <class T> inline T* rowAt(void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<T*>(static_cast<char*>(base) + step * y);
-}
-template <class T> inline const T* rowAt(const void* base, std::ptrdiff_t step, int y) {
-    return reinterpret_cast<const T*>(static_cast<const char*>(base) + step * y);
-}
 
 // ---- comparison within a tolerance ----------------------------------------------------
 
@@ -36,9 +31,9 @@ template <int P, int A, bool C> void cmpRows(const CmpJob& j, int y0, int y1) {
     for (int c = 0; c < 4; ++c) val[c] = j.value[c];
     const int w = j.width;
     for (int y = y0; y < y1; ++y) {
-        const Zkr32f* __restrict a = rowAt<Zkr32f>(j.s1, j.s1Step, y);
-        const Zkr32f* __restrict b = C ? a : rowAt<Zkr32f>(j.s2, j.s2Step, y);
-        Zkr8u* __restrict d = rowAt<Zkr8u>(j.dst, j.dstStep, y);
+        const Zkr32f* __restrict a = rowOf<Zkr32f>(j.s1, j.s1Step, y);
+        const Zkr32f* __restrict b = C ? a : rowOf<Zkr32f>(j.s2, j.s2Step, y);
+        Zkr8u* __restrict d = rowOf<Zkr8u>(j.dst, j.dstStep, y);
         for (int x = 0; x < w; ++x) {
             unsigned ok = 1;
             for (int c = 0; c < A; ++c) {
@@ -80,7 +75,7 @@ template <class T, int P, int A> void jaehneRows(const JaehneJob& j, int y0, int
         const double cy = double(y) - j.cy0;
         const double rb = cy * cy * j.k;
         const double mc = j.magn * std::cos(rb), ms = j.magn * std::sin(rb), base = j.magn + j.offset;
-        T* __restrict d = rowAt<T>(j.dst, j.dstStep, y);
+        T* __restrict d = rowOf<T>(j.dst, j.dstStep, y);
         for (int x = 0; x < w; ++x) {
             const T t = toElement<T>(sa[x] * mc + ca[x] * ms + base);
             for (int c = 0; c < A; ++c) d[x * P + c] = t;
@@ -109,14 +104,14 @@ inline Zkr8u rebuild(int av, int bv, int al, int br, int ar, int bl, int o, int 
 void deinterlaceRows(const DeintJob& j, int y0, int y1) {
     const int w = j.width, thr = j.threshold;
     for (int y = y0; y < y1; ++y) {
-        const Zkr8u* o = rowAt<Zkr8u>(j.src, j.srcStep, y);
-        Zkr8u* d = rowAt<Zkr8u>(j.dst, j.dstStep, y);
+        const Zkr8u* o = rowOf<Zkr8u>(j.src, j.srcStep, y);
+        Zkr8u* d = rowOf<Zkr8u>(j.dst, j.dstStep, y);
         if ((y & 1) == 0) {
             if (d != o) std::memcpy(d, o, std::size_t(w));
             continue;
         }
-        const Zkr8u* a = rowAt<Zkr8u>(j.src, j.srcStep, y - 1);
-        const Zkr8u* b = y + 1 < j.height ? rowAt<Zkr8u>(j.src, j.srcStep, y + 1) : a;
+        const Zkr8u* a = rowOf<Zkr8u>(j.src, j.srcStep, y - 1);
+        const Zkr8u* b = y + 1 < j.height ? rowOf<Zkr8u>(j.src, j.srcStep, y + 1) : a;
         auto at = [&](int x) {
             const int xl = x > 0 ? x - 1 : 0, xr = x + 1 < w ? x + 1 : w - 1;
             d[x] = rebuild(a[x], b[x], a[xl], b[xr], a[xr], b[xl], o[x], thr);
