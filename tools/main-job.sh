@@ -2,8 +2,11 @@
 # The main job: a representative selection (a few functions of every test class, QM_TOTAL (36) at most
 # so that its length stays put as the catalogue grows; every class keeps one) measured at three
 # image sizes (from L1- to beyond L2-resident) at every instruction-set level this machine can run,
-# then one HTML report of the runs, whose path is printed last. The baseline and the best level are
-# measured first; a level that would start after QM_BUDGET seconds (150) of measuring is left out.
+# then one HTML report of the runs, whose path is printed last. The levels are measured interleaved,
+# round robin, QM_ROUNDS (3) rounds appended into one table per level, so that a slow phase of the
+# machine hits every level alike and the report can show each figure's spread; the baseline and the
+# best level come first in each round. A level that would start after QM_BUDGET seconds (150) of
+# measuring is left out of the first round, and a round that would end after it is not started.
 set -euo pipefail
 build="${1:-build}"
 bin="$(cd "$build/bin" && pwd)"
@@ -31,17 +34,30 @@ has avx512f avx512bw avx512dq avx512vl && levels+=(X64v4)
 
 order=("${levels[0]}")
 [ ${#levels[@]} -gt 1 ] && order+=("${levels[-1]}" "${levels[@]:1:${#levels[@]}-2}")
+rounds="${QM_ROUNDS:-3}"
 start=$SECONDS
 declare -A done_level=()
-for level in "${order[@]}"; do
-  if [ $((SECONDS - start)) -ge "$budget" ]; then
-    echo "Skipping -T$level: ${budget} s of measuring used"
-    continue
+for round in $(seq 1 "$rounds"); do
+  if [ "$round" -gt 1 ]; then
+    per_round=$(( (SECONDS - start) / (round - 1) ))
+    if [ $((SECONDS - start + per_round)) -gt "$budget" ]; then
+      echo "Stopping after $((round - 1)) rounds: another would end after ${budget} s of measuring"
+      break
+    fi
   fi
-  echo "Measuring at -T$level..."
-  # A failed test (exit status 1) leaves its lines without figures; the report shows the rest.
-  "$bin/quillmark" -B -i"$out/selection.ini" -P -T"$level" -dSize="$sizes" -LE -l"$out" -nlevel_"$level" -r -q+ -u >/dev/null || true
-  done_level[$level]=1
+  for level in "${order[@]}"; do
+    if [ "$round" -eq 1 ] && [ $((SECONDS - start)) -ge "$budget" ]; then
+      echo "Skipping -T$level: ${budget} s of measuring used"
+      continue
+    fi
+    [ "$round" -gt 1 ] && [ -z "${done_level[$level]:-}" ] && continue
+    echo "Round $round: measuring at -T$level..."
+    # A failed test (exit status 1) leaves its lines without figures; the report shows the rest.
+    # Each round appends its run to the level's tables (-R, -U).
+    keys=(-r -u); [ "$round" -gt 1 ] && keys=(-R -U)
+    "$bin/quillmark" -B -i"$out/selection.ini" -P -T"$level" -dSize="$sizes" -LE -l"$out" -nlevel_"$level" "${keys[@]}" -q+ >/dev/null || true
+    done_level[$level]=1
+  done
 done
 echo "Measured ${#done_level[@]} levels in $((SECONDS - start)) s"
 args=()

@@ -30,7 +30,8 @@ def test_page_has_every_section_and_is_self_contained(page):
     _, text, _ = page
     for section in ("runs", "caches", "speedup", "functions"):
         assert f'<section id="{section}">' in text
-    assert "<th>X64</th><th>AVX512</th><th>single</th>" in text
+    # single.csv ran the same avx512 code path as the AVX512 table.
+    assert "<th>X64</th><th>AVX512</th><th>single<br><small>same code as AVX512</small></th>" in text
     assert not re.search(r'src="(?!data:)', text)             # every image is inside the page
     images = re.findall(r'src="data:image/png;base64,([^"]+)"', text)
     assert len(images) == 2                                    # one plot per function
@@ -69,9 +70,20 @@ def test_curves_use_bytes_of_one_image_and_names_from_any_table():
     groups = curves["zkriAdd_8u_C1RSfs"]
     # level_X64.csv has no name rows; single.csv names the scale factor for both.
     assert set(groups) == {("a", "scaleFactor=0"), ("single", "scaleFactor=0")}
-    assert [x for x, _ in groups[("a", "scaleFactor=0")]] == [32 * 32, 128 * 128, 512 * 512]
-    assert [x for x, _ in curves["zkriAdd_32f_C1R"][("a", "")]] == [4 * 32 * 32, 4 * 128 * 128, 4 * 512 * 512]
+    assert [p[0] for p in groups[("a", "scaleFactor=0")]] == [32 * 32, 128 * 128, 512 * 512]
+    assert [p[0] for p in curves["zkriAdd_32f_C1R"][("a", "")]] == [4 * 32 * 32, 4 * 128 * 128, 4 * 512 * 512]
     assert in_bytes["zkriAdd_32f_C1R"]
+    # One run per table: the band of each point is the point itself.
+    assert all(p[1] == p[2] == p[3] for p in groups[("a", "scaleFactor=0")])
+
+
+def test_curves_carry_the_spread_of_repeated_runs():
+    curves, _ = report.curves(report.load([data("repeat5.csv")]))
+    for groups in curves.values():
+        for pts in groups.values():
+            for _, median, lo, hi in pts:
+                assert lo <= median <= hi
+    assert any(lo < hi for groups in curves.values() for pts in groups.values() for _, _, lo, hi in pts)
 
 
 def test_speedup_of_a_table_twice_as_fast(tmp_path):
@@ -165,3 +177,21 @@ def test_selection_total_from_a_listing(tmp_path, capsys):
     assert capsys.readouterr().out == ("[zkriAdd_8u_C1RSfs]\n[zkriAdd_32f_C1R]\n[zkriSqr_8u_C1RSfs]\n"
                                        "[zkriSum_8u_C1R]\n")
     assert select.main([str(listing), "--total", "0"]) == 2
+
+
+def test_levels_that_run_the_same_code_are_marked(tmp_path):
+    # The library's version text names its code path: X64 and X64v2 both run "ref x64".
+    def level(name, path):
+        text = open(data("level_X64.csv")).read()
+        text = re.sub(r"^Library,(\w+),.*$", rf"Library,\1, 1.0.0 ({path}), Nov 25 2026", text, flags=re.M)
+        f = tmp_path / f"{name}.csv"
+        f.write_text(text)
+        return f"{name}={f}"
+    sources = report.load([level("X64", "ref x64"), level("X64v2", "ref x64"), level("X64v3", "ref avx2")])
+    assert report.same_code(sources) == {"X64v2": "X64"}
+    page = report.build_page(sources, "levels")
+    assert page.count("same code as X64</small>") == 1
+    # A table whose title names no code path is never marked.
+    bare = tmp_path / "bare.csv"
+    bare.write_text(re.sub(r"^Library,.*\n", "", open(data("level_X64.csv")).read(), flags=re.M))
+    assert report.same_code(report.load([level("X64", "ref x64"), f"bare={bare}"])) == {}

@@ -95,6 +95,31 @@ class Source:
         run = self.table.runs[0]
         return {k: run.title.get(k, "-") for k in ("Started", "Processor", "Library")}
 
+    def code_path(self):
+        """The library's code path in force, from its version text ("1.0.0 (ref avx2)" gives
+        "ref avx2"), or None when the title does not say."""
+        for run in self.table.runs:
+            m = re.search(r"\(([^()]*)\)", run.title.get("Library", ""))
+            if m:
+                return m.group(1)
+        return None
+
+
+def same_code(sources):
+    """label -> label of the first earlier table whose library ran the same code path: levels that
+    differ only in name (a level the library has no kernels of runs the next lower one's)."""
+    first = {}
+    result = {}
+    for src in sources:
+        path = src.code_path()
+        if path is None:
+            continue
+        if path in first:
+            result[src.label] = first[path]
+        else:
+            first[path] = src.label
+    return result
+
 
 def load(args):
     sources = []
@@ -130,7 +155,7 @@ def curves(sources):
             names = tuple(n for i, n in enumerate(names) if i != index)
             other = " ".join(f"{n}={v}" for n, v in zip(names, others)) if names else " ".join(others)
             group = result.setdefault(line.function, OrderedDict()).setdefault((src.label, other), [])
-            group.append((x, statistics.median(figures)))
+            group.append((x, statistics.median(figures), min(figures), max(figures)))
     for groups in result.values():
         for pts in groups.values():
             pts.sort()
@@ -179,8 +204,13 @@ def plot_function(func, groups, caches, in_bytes, unit):
     for (label, other), pts in groups.items():
         li, oi = labels.index(label), others.index(other)
         name = label + (f" {other}" if other else "")
-        ax.plot([p[0] for p in pts], [p[1] for p in pts], linestyle=styles[oi % len(styles)],
-                marker=markers[oi % len(markers)], color=colours[li % len(colours)], label=name)
+        colour = colours[li % len(colours)]
+        xs = [p[0] for p in pts]
+        ax.plot(xs, [p[1] for p in pts], linestyle=styles[oi % len(styles)],
+                marker=markers[oi % len(markers)], color=colour, label=name)
+        # The band from the lowest to the highest run of each point: the figure's spread.
+        if any(p[3] > p[2] for p in pts):
+            ax.fill_between(xs, [p[2] for p in pts], [p[3] for p in pts], color=colour, alpha=0.18, linewidth=0)
     ax.set_xscale("log", base=2)
     if in_bytes:
         ax.xaxis.set_major_formatter(matplotlib.ticker.FuncFormatter(lambda v, _: _size_text(int(round(v)))))
@@ -248,10 +278,16 @@ def build_page(sources, title, plots_dir=None):
     w(", ".join(f"{esc(n)} {esc(_size_text(s))}" for n, s in caches.items()) or "not known")
     w(". The plots mark them against the bytes of one image; a function with two sources and a "
       "destination leaves a cache at a third of the size marked.</p></section>\n")
+    twins = same_code(sources)
     w("<section id=\"speedup\"><h2>Speedup against " + esc(sources[0].label) + "</h2>\n")
     w("<p>Geometric mean over the lines both tables measured of the reference's clocks divided by the "
-      "table's: above 1 is faster.</p>\n<table><tr><th>function</th>")
-    w("".join(f"<th>{esc(s.label)}</th>" for s in sources) + "</tr>\n")
+      "table's: above 1 is faster.")
+    if twins:
+        w(" Columns marked \"same code as\" ran the very same library code as the table named: their "
+          "difference is the machine's noise, not speed.")
+    w("</p>\n<table><tr><th>function</th>")
+    w("".join(f"<th>{esc(s.label)}" + (f"<br><small>same code as {esc(twins[s.label])}</small>"
+                                        if s.label in twins else "") + "</th>" for s in sources) + "</tr>\n")
     for func, row in matrix.items():
         w(f"<tr><td><a href=\"#f-{_slug(func)}\">{esc(func)}</a></td>")
         for s in row:
