@@ -100,6 +100,11 @@ public:
     qmResult startIterations(int loops, long long minClocks);
     qmResult continueIterations(int start, int max);
 
+    // The longest loop span the Auto and Iterative methods let the doubling reach, in seconds.
+    static constexpr double kMaxSpanSeconds = 1.0;
+    // The loop maximum held so that a span of funcClocks per loop lasts at most kMaxSpanSeconds.
+    int capBySpanTime(int max) const;
+
 private:
     void updateResult(qmResult r);
     qmResult dispatch();

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <vector>
 
+#include "qmclock.h"
 #include "qmstream.h"
 #include "qmtool.h"
 
@@ -105,6 +106,7 @@ qmResult qmTool::bestTiming(int start, int max, long long minClk) {
         max = max > INT_MAX / 10 ? INT_MAX : max * 10;
     }
 
+    max = capBySpanTime(max);
     int s = fourTimes(numLoops);
     while (numLoops < max) {
         log(qmString("    Iteration Measurement: \n") + line("startLoops = ", qmString::fromInt(s)) +
@@ -131,6 +133,20 @@ qmResult qmTool::bestTiming(int start, int max, long long minClk) {
     }
     finishIterations();
     return status;
+}
+
+int qmTool::capBySpanTime(int max) const {
+    // However the machine's noise keeps two results apart, a line spends only a few seconds in
+    // spans: the doubling's spans add up to twice the last one and the simple measurements take
+    // three more, so the longest span is held to kMaxSpanSeconds (about 5 s a line at most). Large
+    // out-of-cache images, whose one call takes a tenth of a second, are measured well enough by
+    // spans of a second; without the hold, noise that kept two results apart doubled the loops
+    // up to the maximum, hours for a gigabyte image.
+    if (qmCpuTicker::m_freqMHz <= 0 || funcClocks <= 0) return max;
+    const double limit = kMaxSpanSeconds * 1e6 * qmCpuTicker::m_freqMHz * qmCpuTicker::getClockFactor();
+    const double loops = std::floor(limit / funcClocks);
+    if (loops >= max) return max;
+    return std::max(1, static_cast<int>(loops));
 }
 
 void qmTool::avoidBadCtrlStatus() {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <vector>
 
+#include "qmclock.h"
 #include "qmfpu.h"
 #include "qmtool.h"
 #include "test_console_capture.h"
@@ -502,4 +503,22 @@ TEST_F(ToolScript, UnguardedStatusIsLeftToTheTest) {
     bool x87 = false, sse = false;
     EXPECT_TRUE(badCtrlStatus(x87, sse));  // still there for the line's status check
     EXPECT_TRUE(sse);
+}
+
+TEST_F(ToolScript, SpansAreHeldToSecondsWhateverTheNoise) {
+    // At 1 MHz a span may last 1,000,000 clocks: with 250,000 or 500,000 clocks a call and
+    // results that never agree, the doubling stops at 4 loops instead of going on to 2048.
+    const int saved = qmCpuTicker::m_freqMHz;
+    qmCpuTicker::m_freqMHz = 1;
+    m_script.cost = alternating(250000, 500000);
+    EXPECT_EQ(m_tool.timing(scriptLoop, nullptr, nullptr, nullptr), QM_ACCURWRN);
+    EXPECT_EQ(m_script.loopsSeen, (std::vector<int>{1, 4, 4, 4}));
+    EXPECT_EQ(m_tool.params, "nLps=4 acc=40.0%");  // the spread of 2, 1 and 2 million
+    // A call longer than the whole span gets its one prior loop and no judgement of accuracy.
+    m_script.loopsSeen.clear();
+    m_script.cost = [](int n) { return 2250000LL * n; };
+    EXPECT_EQ(m_tool.timing(scriptLoop, nullptr, nullptr, nullptr), QM_ACCURWRN);
+    EXPECT_EQ(m_script.loopsSeen, (std::vector<int>{1}));
+    EXPECT_EQ(m_tool.params, "nLps=1 acc=100.0%");
+    qmCpuTicker::m_freqMHz = saved;
 }
