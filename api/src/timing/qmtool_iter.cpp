@@ -146,7 +146,9 @@ int qmTool::capBySpanTime(int max) const {
     const double limit = kMaxSpanSeconds * 1e6 * qmCpuTicker::m_freqMHz * qmCpuTicker::getClockFactor();
     const double loops = std::floor(limit / funcClocks);
     if (loops >= max) return max;
-    return std::max(1, static_cast<int>(loops));
+    // At least the first iteration's four loops, so that every line compares two results even
+    // when its prior call was slow.
+    return std::min(max, std::max(4, static_cast<int>(loops)));
 }
 
 void qmTool::avoidBadCtrlStatus() {
