@@ -7,6 +7,8 @@
 # machine hits every level alike and the report can show each figure's spread; the baseline and the
 # best level come first in each round. A level that would start after QM_BUDGET seconds (150) of
 # measuring is left out of the first round, and a round that would end after it is not started.
+# The runs count core clocks (the stable mode, QM_STABLE=1, docs/noise.md) unless the environment
+# says QM_STABLE=0.
 set -euo pipefail
 build="${1:-build}"
 bin="$(cd "$build/bin" && pwd)"
@@ -34,6 +36,7 @@ has avx512f avx512bw avx512dq avx512vl && levels+=(X64v4)
 
 order=("${levels[0]}")
 [ ${#levels[@]} -gt 1 ] && order+=("${levels[-1]}" "${levels[@]:1:${#levels[@]}-2}")
+export QM_STABLE="${QM_STABLE:-1}"
 rounds="${QM_ROUNDS:-3}"
 start=$SECONDS
 declare -A done_level=()

@@ -70,6 +70,14 @@ echo "Runs. gbench: clk/px (counter), clk/px (CPU time), seconds."
 echo "      quillmark: clk/px, seconds without the clock-rate estimate, process wall seconds, result and comment."
 grep -v '^#' "$log"
 echo
+echo "Spread over $reps runs per tool and size: (max - min) / median of the figures, alternating processes:"
+spread() { awk -v s="$1" -v t="$2" -v c="$3" '$1 == s && $3 == t {print $c}' "$log" | sort -g |
+  awk '{v[NR] = $1} END {m = (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2; printf "%.1f%%", (m > 0 ? (v[NR] - v[1]) / m * 100 : 0)}'; }
+printf '%-10s %12s %12s %12s\n' size "GB clk/px" "GB cpu" "QM clk/px"
+for size in 64x64 256x256 1024x1024; do
+  printf '%-10s %12s %12s %12s\n' "$size" "$(spread "$size" gbench 4)" "$(spread "$size" gbench 5)" "$(spread "$size" quillmark 4)"
+done
+echo
 echo "Medians over $reps runs per tool and size (clocks per pixel; seconds to reach the figure):"
 printf '%-10s %10s %10s %10s %7s %7s %7s %7s\n' size "GB clk/px" "GB cpu" "QM clk/px" "GB/QM" "cpu/QM" "GB s" "QM s"
 col() { awk -v s="$1" -v t="$2" -v c="$3" '$1 == s && $3 == t {print $c}' "$log" | median; }

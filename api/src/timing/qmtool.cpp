@@ -2,6 +2,7 @@
 #include "qmtool.h"
 
 #include "qmclock.h"
+#include "qmcoreclock.h"
 #include "qmfpu.h"
 #include "qmstream.h"
 
@@ -146,6 +147,7 @@ void qmTool::writeInfo() {
 
 qmResult qmTool::timing(qmFuncLoop loop, qmFuncStat stat, qmFuncCall call, qmFuncInit init) {
     reset();
+    qmMachineClock().startMeasurement(1000.0 * (qmCpuTicker::m_freqMHz > 0 ? qmCpuTicker::m_freqMHz : 2000));
     if (!loop && !stat && !call) {
         g_ostrm << MSG_ERR
                 << " Internal test problem: The test cannot execute standard timing.\n"

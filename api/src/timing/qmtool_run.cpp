@@ -1,7 +1,10 @@
 // One run of a test's entry point, and the engine's own call loops for tests that register only
 // a single-call entry. Nothing between the two counter reads belongs to the framework except what
 // the call loops deliberately include (data preparation and the vector reset).
+#include <cmath>
+
 #include "qmclock.h"
+#include "qmcoreclock.h"
 #include "qmfpu.h"
 #include "qmstream.h"
 #include "qmtick.h"
@@ -35,6 +38,11 @@ void qmTool::runTimFunc(int loops, double* result, bool forceLoop) {
     // next one: 400 us at the clock rate once it is known.
     if (loopForm && qmCpuTicker::m_freqMHz > 0) qmSpanAlign().setWindow(400ull * qmCpuTicker::m_freqMHz);
     const auto expected = static_cast<uint64_t>(spanPerCall * (loops + 1));  // with the warm-up call
+    // The stable mode counts a loop span in core clocks: the core's clock read right before and
+    // right after it (qmcoreclock.h); a span during which it moved is measured again.
+    qmCoreClock& core = qmMachineClock();
+    const bool coreClocks = loopForm && core.enabled();
+    qmCoreClock::Reading before;
     for (int attempt = 1;; ++attempt) {
         int count = loops;  // in the call form: the minimum calls in, the calls made out
         numClocks = 0;
@@ -46,6 +54,7 @@ void qmTool::runTimFunc(int loops, double* result, bool forceLoop) {
             }
             qmTraceScope trace("zkrFunctionCalls");
             if (loopForm) qmSpanAlign().before(expected);
+            if (coreClocks) before = core.read();
             answer = loopForm ? timCall_Loop(count, &numClocks, true) : timCall_Stat(&count, &numClocks, true);
         } else {
             if (initAndGuard && initFunc) {
@@ -57,15 +66,24 @@ void qmTool::runTimFunc(int loops, double* result, bool forceLoop) {
             // A loop span starts right after a clock interruption (qmtick.h); the register fill
             // comes last so that the entry really starts from the NaN patterns.
             if (loopForm) qmSpanAlign().before(expected);
+            if (coreClocks) before = core.read();
             ctrlStart();
             answer = callEntry(loopForm, &count);
             ctrlStop();
             qmResetPriority();
             g_trace.traceOut("zkrFunctionCalls");
         }
-        updateResult(answer);
         if (loopForm && numClocks > 0 && count > 0)
             spanPerCall = static_cast<double>(numClocks) / qmCpuTicker::getClockFactor() / count;
+        if (coreClocks && answer <= QM_WARNING && numClocks > 0) {
+            const qmCoreClock::Reading after = core.read();
+            if (core.retry(before, after)) {
+                --attempt;  // the clock moved during the span: no try at all
+                continue;
+            }
+            numClocks = std::llround(core.toCycles(static_cast<uint64_t>(numClocks), before, after));
+        }
+        updateResult(answer);
         // No clocks at all (a counter hiccup or an entry that skipped its calls): one more try.
         if (status > QM_WARNING || numClocks > 0 || attempt == 2) {
             *result = perCall(numClocks, count);
