@@ -82,6 +82,10 @@ private:
 // Creates an output file stream, or null (after the open-failure message) when it cannot be opened.
 o_stream* createOStream(const qmString& name, bool append);
 
+// Opens a regular file for reading without blocking on the way (a FIFO or device named as a data
+// file is refused with ENODEV, a directory with EISDIR); null with errno set otherwise.
+FILE* qmOpenRegularFile(const qmString& name, const char* mode = "rb");
+
 // True once a write to an output file failed (reported on the console): results were lost. The
 // session turns it into the exit status.
 bool qmOutputLost();

@@ -100,7 +100,8 @@ bool zkBmpFile::readPalette(std::FILE* file) {
 
 bool zkBmpFile::readInfoHeader(const qmString& fileName) {
     m_fileName = fileName;
-    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(fileName.c_str(), "rb"));
+    // Opened without blocking: a FIFO or device named as the bitmap is refused, not waited for.
+    std::unique_ptr<std::FILE, FileCloser> file(qmOpenRegularFile(fileName));
     if (!file) return error("Open error");
     return readHeaders(file.get()) && readPalette(file.get());
 }
@@ -269,7 +270,8 @@ bool zkBmpFile::readPixels(std::FILE* file) {
 
 bool zkBmpFile::load(const qmString& fileName, int arg) {
     m_fileName = fileName;
-    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(fileName.c_str(), "rb"));
+    // Opened without blocking: a FIFO or device named as the bitmap is refused, not waited for.
+    std::unique_ptr<std::FILE, FileCloser> file(qmOpenRegularFile(fileName));
     if (!file) return error("Open error");
     return load(file.get(), fileName, arg);
 }

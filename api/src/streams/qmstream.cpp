@@ -54,6 +54,24 @@ void reportOpenFailure(const qmString& name, const char* how, int error) {
 }
 }  // namespace
 
+FILE* qmOpenRegularFile(const qmString& name, const char* mode) {
+    const int fd = ::open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return nullptr;
+    struct stat st {};
+    int error = 0;
+    if (fstat(fd, &st) != 0)
+        error = errno;
+    else if (!S_ISREG(st.st_mode))
+        error = S_ISDIR(st.st_mode) ? EISDIR : ENODEV;
+    FILE* f = error ? nullptr : fdopen(fd, mode);
+    if (!f) {
+        if (!error) error = errno;
+        ::close(fd);
+        errno = error;
+    }
+    return f;
+}
+
 bool qmOutputLost() { return s_outputLost; }
 void qmSetOutputLost(bool lost) { s_outputLost = lost; }
 

@@ -1,5 +1,8 @@
 // zkBmpFile: files written by ImageMagick decoded pixel for pixel against ImageMagick's own
 // decoding, and hand-made hostile files refused with their messages and without allocation.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -163,11 +166,18 @@ TEST_F(Bmp, BitFieldFileIsRefusedAndTheCallerNamesIt) {
     EXPECT_EQ(qmMallocCount(), 0);
 }
 
+// A missing file, a directory and a FIFO without a writer (which must not stop the program) are
+// open errors alike.
 TEST_F(Bmp, MissingFileIsAnOpenError) {
-    ConsoleCapture out(ERR);
-    zkImage image;
-    EXPECT_FALSE(image.loadImage("/nonexistent/deconvtest.bmp"));
-    EXPECT_EQ(out.text(), "-- Open error\n--- Can't load file /nonexistent/deconvtest.bmp\n");
+    const std::string fifo = testing::TempDir() + "qm_bmp_fifo_" + std::to_string(getpid()) + ".bmp";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string& path : {std::string("/nonexistent/deconvtest.bmp"), testing::TempDir(), fifo}) {
+        ConsoleCapture out(ERR);
+        zkImage image;
+        EXPECT_FALSE(image.loadImage(path.c_str()));
+        EXPECT_EQ(out.text(), "-- Open error\n--- Can't load file " + path + "\n");
+    }
+    std::remove(fifo.c_str());
 }
 
 TEST_F(Bmp, ImageTakesTheSessionMisalignment) {
