@@ -8,6 +8,7 @@
 
 #include "qmclock.h"
 #include "qmcoreclock.h"
+#include "qmsignal.h"
 #include "qmstream.h"
 #include "qmtool.h"
 
@@ -42,6 +43,12 @@ qmResult qmTool::continueIterations(int start, int max) {
     long long n = std::max(1, std::min(start, max));
     double previous = funcClocks;
     while (n <= max) {
+        // A stop request (Ctrl-C, SIGTERM) ends the doubling between spans: the line keeps the
+        // last result and the accuracy it reached.
+        if (n > start && qmStopRequested()) {
+            numLoops = static_cast<int>(n / 2);
+            return QM_ACCURWRN;
+        }
         numLoops = static_cast<int>(n);
         runTimFunc(numLoops, &funcClocks, false);
         if (status > QM_WARNING) return status;  // a failing function is not called again
@@ -65,7 +72,8 @@ qmResult qmTool::repeatTiming(int loops, int count) {
     results.reserve(static_cast<size_t>(count));
     if (numLoops == loops) results.push_back(funcClocks);
     numLoops = loops;
-    while (static_cast<int>(results.size()) < count && status <= QM_WARNING) {
+    while (static_cast<int>(results.size()) < count && status <= QM_WARNING &&
+           (results.empty() || !qmStopRequested())) {
         double r = 0;
         runTimFunc(numLoops, &r, false);
         results.push_back(r);
@@ -127,7 +135,7 @@ qmResult qmTool::bestTiming(int start, int max, long long minClk) {
             avoidBadCtrlStatus();
             break;
         }
-        if (achievedAccuracy <= 0.01) break;
+        if (achievedAccuracy <= 0.01 || qmStopRequested()) break;
         log("    Simple Measurements: \n");
         if (repeatTiming(numLoops, 3) != QM_ACCURWRN) break;
         s = fourTimes(numLoops);

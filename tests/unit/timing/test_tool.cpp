@@ -8,6 +8,7 @@
 
 #include "qmclock.h"
 #include "qmfpu.h"
+#include "qmsignal.h"
 #include "qmtool.h"
 #include "test_console_capture.h"
 
@@ -522,4 +523,16 @@ TEST_F(ToolScript, SpansAreHeldToSecondsWhateverTheNoise) {
     EXPECT_EQ(m_script.loopsSeen, (std::vector<int>{1, 4}));
     EXPECT_EQ(m_tool.params, "nLps=4");
     qmCpuTicker::m_freqMHz = saved;
+}
+
+TEST_F(ToolScript, StopRequestEndsTheDoublingBetweenSpans) {
+    // Results that never agree would double up to 2048 loops; a stop request ends the line after
+    // the first iteration's span with the accuracy reached.
+    m_script.cost = alternating(100, 200);
+    tsSignal::m_stop = 1;
+    const qmResult r = m_tool.timing(scriptLoop, nullptr, nullptr, nullptr);
+    tsSignal::m_stop = 0;
+    EXPECT_EQ(r, QM_ACCURWRN);
+    EXPECT_EQ(m_script.loopsSeen, (std::vector<int>{1, 4}));
+    EXPECT_EQ(m_tool.params, "nLps=4 acc=66.7%");
 }
