@@ -111,7 +111,7 @@ MUTANTS = [
            "return roi.width <= 0 || roi.height <= 0 ? zkrStsSizeErr : zkrStsNoErr;",
            "return roi.width < 0 || roi.height <= 0 ? zkrStsSizeErr : zkrStsNoErr;", LIB, "*SqrFamily.*:*AddFamily.MatchesReference*:*AddFamily.StatusCodes*"),
     Mutant("a zero divisor not reported", "status code", "zkr/families/div/div.cpp",
-           "return zero ? zkrStsDivByZero : zkrStsNoErr;", "return zkrStsNoErr;", LIB, "*DivFamily.MatchesReference*:*DivEdges*"),
+           "return zero ? zkrStsDivByZero : zkrStsNoErr;", "return zero ? zkrStsNoErr : zkrStsNoErr;", LIB, "*DivFamily.MatchesReference*:*DivEdges*"),
     Mutant("Ln reports a zero before a negative argument", "status code", "zkr/families/exp/exp.cpp",
            "if (m & kMetNegative) return zkrStsLnNegArg;\n    if (m & kMetZero) return zkrStsLnZeroArg;",
            "if (m & kMetZero) return zkrStsLnZeroArg;\n    if (m & kMetNegative) return zkrStsLnNegArg;", LIB, "*ExpFamily.*:*ExpEdges*"),
