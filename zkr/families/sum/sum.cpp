@@ -5,6 +5,7 @@
 // chunks in order and writes the results.
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <type_traits>
 
 #include "checks.h"
@@ -65,6 +66,19 @@ Zkr32f qualityOf(double n, double sx, double sy, double sxx, double syy, double 
     return Zkr32f(4.0 * cov * mx * my / den);
 }
 
+// True when channel ch of the image holds NaN only. The comparisons of the extremes leave NaN out,
+// so such a channel ends on the start values (+inf, -inf), which say nothing about it; checked only
+// when a float extreme is an infinity.
+template <class A> bool onlyNaN(const A& a, int period, int ch) {
+    for (int y = 0; y < a.roiSize.height; ++y) {
+        const auto* row =
+            reinterpret_cast<const Zkr32f*>(reinterpret_cast<const char*>(a.pSrc) + std::ptrdiff_t(y) * a.srcStep);
+        for (int x = 0; x < a.roiSize.width; ++x)
+            if (!std::isnan(row[std::ptrdiff_t(x) * period + ch])) return false;
+    }
+    return true;
+}
+
 template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
     using T = std::remove_const_t<std::remove_pointer_t<decltype(sourceOf(a))>>;
     constexpr int px = Pixel<T, L>::bytes, cb = int(sizeof(T));
@@ -120,6 +134,18 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
             } else {
                 if (o.min[ch] < r.min[ch]) r.min[ch] = o.min[ch], r.minX[ch] = o.minX[ch], r.minY[ch] = o.minY[ch];
                 if (o.max[ch] > r.max[ch]) r.max[ch] = o.max[ch], r.maxX[ch] = o.maxX[ch], r.maxY[ch] = o.maxY[ch];
+            }
+        }
+    }
+
+    // Float Min and Max leave NaN out (as the C library's fmin and fmax do); a channel of NaN only
+    // gives NaN, found at its first pixel.
+    if constexpr (std::is_same_v<T, Zkr32f> && op != Op::Sum && op != Op::Mean && op != Op::QualityIndex) {
+        for (int ch = 0; ch < channels; ++ch) {
+            const bool noMin = r.min[ch] == HUGE_VAL, noMax = r.max[ch] == -HUGE_VAL;
+            if ((noMin || noMax) && onlyNaN(a, j.period, ch)) {
+                r.min[ch] = r.max[ch] = double(std::numeric_limits<float>::quiet_NaN());
+                r.minX[ch] = r.minY[ch] = r.maxX[ch] = r.maxY[ch] = 0;
             }
         }
     }
