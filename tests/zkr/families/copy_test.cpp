@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "family_support.h"
+#include "float_fills.h"
 #include "test_support.h"
 
 #define ZKR_TABLE "copy/TimiCopy.tbl"
@@ -111,6 +112,14 @@ struct Img {
         for (auto& plane : data) {
             plane.resize(std::size_t(step) * std::size_t(p.top + h + p.bottom));
             for (auto& b : plane) b = static_cast<unsigned char>(byte(rng));
+            // Half the images carry the hostile float fills' bit patterns instead (for 32-bit
+            // components NaN of both signs and with a payload, infinities, zeros of both signs,
+            // denormals): copies move them untouched, with no floating-point operation.
+            if (plane.size() % 4 == 0 && (rng() & 1)) {
+                std::vector<float> hostile(plane.size() / 4);
+                floats::fillHostile(hostile, rng);
+                std::memcpy(plane.data(), hostile.data(), hostile.size() * 4);
+            }
         }
         syncPointers();
     }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "family_support.h"
+#include "float_fills.h"
 #include "test_support.h"
 
 #define ZKR_TABLE "geom/transp.tbl"
@@ -93,6 +94,14 @@ struct Image {
         : w(width), h(height), px(pixelBytes), stride(width * pixelBytes + extra),
           data(std::size_t(stride) * (height + 2)) {
         for (uchar& b : data) b = uchar(rng());
+        // Half the images carry the hostile float fills' bit patterns instead (for 32-bit
+        // components NaN of both signs and with a payload, infinities, zeros of both signs,
+        // denormals): copies move them untouched, with no floating-point operation.
+        if (data.size() % 4 == 0 && (rng() & 1)) {
+            std::vector<float> hostile(data.size() / 4);
+            floats::fillHostile(hostile, rng);
+            std::memcpy(data.data(), hostile.data(), hostile.size() * 4);
+        }
     }
     uchar* roi() { return data.data() + stride; }
     uchar* pixel(int x, int y) { return roi() + std::size_t(y) * stride + std::size_t(x) * px; }
