@@ -15,6 +15,7 @@
 #include <type_traits>
 
 #include "family_support.h"
+#include "float_fills.h"
 #include "test_support.h"
 
 #define ZKR_TABLE "fft/fft.tbl"
@@ -682,6 +683,53 @@ TEST_F(FftSpecification, UnalignedWorkBuffer) {
         ASSERT_EQ(fc->call(b), zkrStsNoErr);
         EXPECT_TRUE(call.dst.data == aligned) << "offset " << offset;
     }
+}
+
+// ---- float edges ---------------------------------------------------------------------------
+
+class FftFloatEdges : public LibraryStateTest {};
+
+// Float transforms on every level. Finite values from 1e-30 to 1e30 of both signs (the hostile
+// fills without their specials): within the reference's bound relative to the spectrum's norm. A
+// NaN or an infinity as the real part of the first element of channel 0 weighs 1 in the real part
+// of every output (in the packed real formats, in every term the first element enters), so at least
+// half the outputs of that channel are not finite; parts whose twiddle is exactly 0 (the trivial
+// twiddles are applied without a multiplication) may stay finite; the other channels stay finite;
+// no flag but invalid, overflow and inexact is raised.
+TEST_F(FftFloatEdges, WideValuesAndOneNonFiniteInput) {
+    forEachCase(familyCases(), [](const FftCase& c) { return !c.integer && c.form == Form::NotInPlace; },
+                [](const FftCase& c) {
+                    std::mt19937 rng(73);
+                    forEachLevel([&](const Level&) {
+                        Call<Zkr32f, Zkr32f> wide(c, 3, 2, true, rng);
+                        std::vector<float> values(wide.input().data.size());
+                        floats::fillWide(values, rng);
+                        wide.input().data = values;
+                        wide.runAndCheck(ZKR_FFT_NODIV_BY_ANY, 0);
+                        for (float bad : {std::numeric_limits<float>::quiet_NaN(), floats::kInf}) {
+                            Call<Zkr32f, Zkr32f> call(c, 3, 2, false, rng);
+                            call.input().roi()[0] = bad;  // the real part of channel 0's first element
+                            SpecHolder setup(c.complex(), 3, 2, ZKR_FFT_NODIV_BY_ANY);
+                            ASSERT_EQ(setup.status(), zkrStsNoErr);
+                            ZkrStatus st = zkrStsNoErr;
+                            const FftBag b = call.bag(setup, 0);
+                            const unsigned raised = floats::flagsOf([&] { st = c.call(b); });
+                            ASSERT_EQ(st, zkrStsNoErr);
+                            EXPECT_EQ(raised & ~(floats::kInvalid | floats::kOverflow | floats::kInexact), 0u)
+                                << "raised " << floats::flagNames(raised);
+                            for (int ch = 0; ch < c.active; ++ch) {
+                                const std::vector<double> out = call.channel(call.dst.data, call.dst, ch);
+                                int finite = 0;
+                                for (double v : out) finite += std::isfinite(v);
+                                if (ch > 0) {
+                                    EXPECT_EQ(finite, int(out.size())) << "channel " << ch << " input " << bad;
+                                } else {
+                                    EXPECT_LE(finite, int(out.size()) / 2) << "input " << bad;
+                                }
+                            }
+                        }
+                    });
+                });
 }
 
 }  // namespace
