@@ -48,7 +48,8 @@ TEST(Help, KeyHelpForms) {
 TEST(Echo, EveryKeyIsEchoedBeforeTheRun) {
     TempDir d;
     const std::string l = " -l" + d.str();
-    Outcome r = quill("-e -B -AAll -dNumLoops=5 -dbad -d -ix -I -P -o -O -LPW -Lxyz -r -R -u -U -g -nname -p" + d.str() +
+    // Every output names a file of its own: two naming one file are refused before the echo.
+    Outcome r = quill("-e -B -AAll -dNumLoops=5 -dbad -d -ix -I -P -o -Oo2 -LPW -Lxyz -r -Rr2 -u -Uu2 -g -nname -p" + d.str() +
                   l + " -fAdd -f-Sub -f+8u -f=zkriAdd_8u_C1RSfs -f -t -tTimiAdd -FzkriAdd -YHIGH -Yx -H -HONLY -SU "
                   "-C -s- -s -m -q -Q -Z");
     EXPECT_TRUE(r.has("Command line options: \n")) << r.out;
