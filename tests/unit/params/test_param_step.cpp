@@ -46,6 +46,7 @@ TEST(ParamStep, ArithmeticAndGeometricRanges) {
     EXPECT_EQ(walkDefinition<int>("0; 9; --3"), (std::vector<int>{0, 3, 6, 9}));  // '-' with a negative step counts up
     EXPECT_EQ(walkDefinition<double>("1.5; 12; *2"), (std::vector<double>{1.5, 3, 6, 12}));
     EXPECT_EQ(walkDefinition<double>("1; 0; +-0.25"), (std::vector<double>{1, 0.75, 0.5, 0.25, 0}));
+    EXPECT_EQ(walkDefinition<double>("3.5; 0.5; -1"), (std::vector<double>{3.5, 2.5, 1.5, 0.5}));
     EXPECT_EQ(walkDefinition<long long>("1; 5000000000; *100000"), (std::vector<long long>{1, 100000}));
     EXPECT_EQ(walkDefinition<long long>("4000000000; 4000000002; +1"),
               (std::vector<long long>{4000000000LL, 4000000001LL, 4000000002LL}));
