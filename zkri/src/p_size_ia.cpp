@@ -25,8 +25,9 @@ Zkr32f s_value[4];
 qmStepIterator<double> s_eps(0.001, "eps", "Tolerance of the comparisons (>= 0)");
 qmStepIterator<double> s_constant(0.5, "value", "Constant the C comparisons compare every channel with");
 qmStepIterator<int> s_threshold(8, "threshold", "Deinterlacing: largest difference that keeps the field's sample");
-// The tolerance and the constant are passed as floats.
-[[maybe_unused]] const bool s_limits = s_eps.setLimits(0.0, 1.0e38) && s_constant.setLimits(-1.0e38, 1.0e38);
+// The tolerance and the constant are passed as floats (a negative tolerance reaches the library,
+// which refuses it).
+[[maybe_unused]] const bool s_limits = s_eps.setLimits(-1.0e38, 1.0e38) && s_constant.setLimits(-1.0e38, 1.0e38);
 
 enum class Kind { Compare, CompareC, Jaehne, Deinterlace };
 
