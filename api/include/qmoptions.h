@@ -32,8 +32,12 @@ public:
     // Argument of the last occurrence; false when the key does not occur.
     bool getArg(char key, qmString& arg) const;
     const qmList<qmCommandKey>& keys() const { return m_keys; }
+    // The first word of the GNU form ("--name") that is not one of the requests understood
+    // ("--help" as -h, "--version" as -v); empty when there is none. Such a word never starts a run.
+    const qmString& unknownLongOption() const { return m_unknownLong; }
 
 private:
     void pair(const qmList<qmString>& tokens);
     qmList<qmCommandKey> m_keys;
+    qmString m_unknownLong;
 };

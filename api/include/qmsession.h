@@ -125,6 +125,7 @@ protected:
     qmString m_echo;
     qmString m_sglName;
     bool m_unopenedFile = false;
+    bool m_refused = false;  // the command line was refused before anything ran (exit status 4)
     qmList<class qmParameter*> m_commonParms;
 };
 

@@ -67,3 +67,18 @@ TEST(Selection, StartFromAndHotOnly) {
     // None of the Add family is on the hot list.
     EXPECT_TRUE(listed("-HONLY -tTimiAdd").empty());
 }
+
+TEST(Selection, GnuRequestsAnswerAndOtherLongWordsStartNothing) {
+    const auto help = e2e::quill("--help");
+    EXPECT_EQ(help.status, 0);
+    EXPECT_TRUE(help.has("-h: type short help and exit"));
+    EXPECT_FALSE(help.has("Sorting functions"));
+    const auto version = e2e::quill("--version");
+    EXPECT_EQ(version.status, 0);
+    EXPECT_TRUE(version.has("-v: type the version number"));
+    const auto bad = e2e::quill("--list -B -f=zkriAdd_8u_C1RSfs");
+    EXPECT_EQ(bad.status, 4);
+    EXPECT_TRUE(bad.has("FATAL ERROR: unknown option --list (the keys are single letters: -h lists them, --help too)"));
+    EXPECT_FALSE(bad.has("Sorting functions"));
+    EXPECT_FALSE(bad.has("zkriAdd_8u_C1RSfs"));
+}

@@ -21,8 +21,21 @@ bool isKeyToken(const qmString& t) { return t.length() >= 2 && (t[0] == '-' || t
 
 void qmCommandList::pair(const qmList<qmString>& tokens) {
     m_keys.clear();
+    m_unknownLong = qmString();
     for (auto it = tokens.begin(); it != tokens.end(); ++it) {
         if (!isKeyToken(*it)) continue;
+        // The GNU requests users type first: --help and --version do what -h and -v do; any other
+        // "--" word is refused by the session, so that it never starts a run of every test.
+        if (it->length() > 2 && (*it)[0] == '-' && (*it)[1] == '-') {
+            if (*it == qmString("--help")) {
+                m_keys.append(qmCommandKey{'h', qmString()});
+            } else if (*it == qmString("--version")) {
+                m_keys.append(qmCommandKey{'v', qmString()});
+            } else if (m_unknownLong.empty()) {
+                m_unknownLong = *it;
+            }
+            continue;
+        }
         qmCommandKey k{(*it)[1], it->substr(2)};
         auto next = std::next(it);
         if (next != tokens.end() && !isKeyToken(*next)) {

@@ -224,8 +224,10 @@ int qmSession::run(int argc, char** argv) {
     flushAllStreams();
     outputSignal();
     deleteTestList();
-    // A failed write lost results: the exit status says so (2, with failed tests 3).
+    // A failed write lost results: the exit status says so (2, with failed tests 3); a refused
+    // command line, 4.
     if (qmOutputLost()) result |= 2;
+    if (m_refused) result |= 4;
     return result;
 }
 
@@ -333,6 +335,7 @@ bool qmSession::parseCommandLine(int argc, char** argv) {
     m_nameMode = 0;
     m_nameExit = false;
     m_unopenedFile = false;
+    m_refused = false;
     m_iniName = qmString();
     m_echo = "Command line options: ";
 
@@ -353,6 +356,12 @@ bool qmSession::parseCommandLine(int argc, char** argv) {
         m_echo += "\n";
     }
 
+    if (!cmd.unknownLongOption().empty()) {
+        g_ostrm << MSG_ERR << "FATAL ERROR: unknown option " << cmd.unknownLongOption().printable()
+                << " (the keys are single letters: -h lists them, --help too)\n" << MSG_RESTORE;
+        m_refused = true;
+        return false;
+    }
     m_exitLevel = (cmd.isKey('?') || cmd.isKey('h')) ? 2 : cmd.isKey('e') ? 1 : cmd.isKey('v') ? 3 : 0;
 
     qmString arg;
@@ -361,7 +370,10 @@ bool qmSession::parseCommandLine(int argc, char** argv) {
     m_defName = cmd.getArg('n', arg) && !arg.empty() ? arg : exeTitle();
 
     g_ostrm.setOutLevel(ERR | WARN | PERF);
-    if (outputsCollide(cmd)) return false;
+    if (outputsCollide(cmd)) {
+        m_refused = true;
+        return false;
+    }
     for (const auto& k : cmd.keys()) applyOption(k.key, k.arg);
     g_ostrm << m_echo;
 

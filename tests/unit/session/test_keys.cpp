@@ -49,6 +49,26 @@ TEST(CommandLine, LastOccurrenceGivesTheArgument) {
     EXPECT_EQ(c.keys().size(), 3);
 }
 
+TEST(CommandLine, GnuRequestsAreTheirKeysAndOtherLongWordsAreRefused) {
+    qmCommandList c;
+    c.setArgs("--help -B");
+    EXPECT_EQ(keysOf(c), (std::vector<std::string>{"h|", "B|"}));
+    EXPECT_TRUE(c.unknownLongOption().empty());
+    c.setArgs("--version");
+    EXPECT_EQ(keysOf(c), (std::vector<std::string>{"v|"}));
+    // The first unknown long word is kept for the message and never becomes a key; a following
+    // word is not taken as its argument.
+    c.setArgs("-B --helpme all --list -r");
+    EXPECT_EQ(keysOf(c), (std::vector<std::string>{"B|", "r|"}));
+    EXPECT_EQ(c.unknownLongOption(), qmString("--helpme"));
+    // A lone "--" is an ordinary key token of two characters, as before.
+    c.setArgs("-- -B");
+    EXPECT_TRUE(c.unknownLongOption().empty());
+    // Parsing again forgets the last line's unknown word.
+    c.setArgs("-B");
+    EXPECT_TRUE(c.unknownLongOption().empty());
+}
+
 TEST(Paths, DirectoriesAndNamesFollowTheDefaults) {
     qmSession::setDefName("bench");
     const qmString exe = qmSession::exeDir();
