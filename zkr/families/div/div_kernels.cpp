@@ -199,7 +199,9 @@ ZKR_NOINLINE int loopReal(const S* __restrict y, const S* __restrict x, S* __res
         if constexpr (inPlace) xi = d[i];
         else xi = x[i];
         zeros |= int(!skip) & int(y[i] == S(0));
-        const S r = f(xi, y[i]);
+        // The alpha lane's quotient is dropped: it is computed from 0 / 1, so that whatever the
+        // alpha channels hold (a zero, a NaN, an infinity) raises no floating-point flag.
+        const S r = f(skip ? S(0) : xi, skip ? S(1) : y[i]);
         d[i] = skip ? d[i] : r;
     }
     return zeros;
@@ -218,7 +220,9 @@ ZKR_NOINLINE int loopComplex(const S* __restrict y, const S* __restrict x, S* __
         const S yr = y[2 * e], yi = y[2 * e + 1];
         zeros |= int(!skip) & int(yr == S(0)) & int(yi == S(0));
         S r, i;
-        f(xr, xi, yr, yi, r, i);
+        // The alpha element's quotient is dropped: it is computed from 0 / 1 (an infinite alpha
+        // times a zero part made "invalid" in the discarded lane).
+        f(skip ? S(0) : xr, skip ? S(0) : xi, skip ? S(1) : yr, skip ? S(0) : yi, r, i);
         d[2 * e] = skip ? d[2 * e] : r;
         d[2 * e + 1] = skip ? d[2 * e + 1] : i;
     }
