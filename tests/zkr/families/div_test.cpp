@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "eltwise_hostile.h"
 #include "float_fills.h"
 
 #define ZKR_TABLE "div/div.tbl"
@@ -365,18 +366,7 @@ TEST_F(DivEdges, ComplexIntegerQuotientsAreExactAtLargeScales) {
 class DivFloatEdges : public LibraryStateTest {};
 
 TEST_F(DivFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
-    forEachCase(familyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [](const Case& c) {
-        std::mt19937 rng(606);
-        forEachLevel([&](const Level&) {
-            for (int threads : {1, 2}) {
-                SCOPED_TRACE(testing::Message() << threads << " threads");
-                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
-                eltwise::Call<DivModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
-                floats::checkHostileElementwise(call, rng);
-                if (testing::Test::HasFailure()) return;
-            }
-        });
-    });
+    eltwise::checkHostileCases<DivModel>(familyCases());
 }
 
 }  // namespace

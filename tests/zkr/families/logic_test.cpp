@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "eltwise_hostile.h"
 #include "float_fills.h"
 
 #define ZKR_TABLE "logic/and.tbl"
@@ -496,18 +497,7 @@ TEST(LogicFamilyEdges, MaxMinEveryKeepTheDestinationOnNanAndEqualZeros) {
 class LogicFloatEdges : public LibraryStateTest {};
 
 TEST_F(LogicFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
-    forEachCase(familyCases().elementWise, [](const Case& c) { return c.comp == CompType::F32; }, [](const Case& c) {
-        std::mt19937 rng(606);
-        forEachLevel([&](const Level&) {
-            for (int threads : {1, 2}) {
-                SCOPED_TRACE(testing::Message() << threads << " threads");
-                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
-                eltwise::Call<LogicModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
-                floats::checkHostileElementwise(call, rng, floats::kInvalid);
-                if (testing::Test::HasFailure()) return;
-            }
-        });
-    });
+    eltwise::checkHostileCases<LogicModel>(familyCases().elementWise, floats::kInvalid);
 }
 
 }  // namespace

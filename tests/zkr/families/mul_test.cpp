@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "eltwise_hostile.h"
 #include "float_fills.h"
 
 #define ZKR_TABLE "mul/mul.tbl"
@@ -311,18 +312,7 @@ TEST(MulColorKey, ReplacesOnlyPixelsEqualToTheKeyInEveryColourChannel) {
 class MulFloatEdges : public LibraryStateTest {};
 
 TEST_F(MulFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
-    forEachCase(familyCases(), [](const Case& c) { return c.comp == CompType::F32; }, [](const Case& c) {
-        std::mt19937 rng(606);
-        forEachLevel([&](const Level&) {
-            for (int threads : {1, 2}) {
-                SCOPED_TRACE(testing::Message() << threads << " threads");
-                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
-                eltwise::Call<MulModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
-                floats::checkHostileElementwise(call, rng);
-                if (testing::Test::HasFailure()) return;
-            }
-        });
-    });
+    eltwise::checkHostileCases<MulModel>(familyCases());
 }
 
 }  // namespace

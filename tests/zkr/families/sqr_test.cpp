@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "eltwise_harness.h"
+#include "eltwise_hostile.h"
 #include "float_fills.h"
 
 #define ZKR_TABLE "sqr/sqr.tbl"
@@ -189,18 +190,7 @@ TEST(SqrFamilyTable, CountsPerBase) {
 class SqrFloatEdges : public LibraryStateTest {};
 
 TEST_F(SqrFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
-    forEachCase(SqrFamilyCases(), [](const eltwise::Case& c) { return c.comp == CompType::F32; }, [](const eltwise::Case& c) {
-        std::mt19937 rng(606);
-        forEachLevel([&](const Level&) {
-            for (int threads : {1, 2}) {
-                SCOPED_TRACE(testing::Message() << threads << " threads");
-                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
-                eltwise::Call<SqrModel, float> call(c, kSplitSize.width, kSplitSize.height, threads == 1, rng);
-                floats::checkHostileElementwise(call, rng, 0u);
-                if (testing::Test::HasFailure()) return;
-            }
-        });
-    });
+    eltwise::checkHostileCases<SqrModel>(SqrFamilyCases());
 }
 
 }  // namespace
