@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "family_support.h"
+#include "float_fills.h"
 #include "test_support.h"
 
 #define ZKR_TABLE "alpha/TimiAlpha.tbl"
@@ -362,6 +363,141 @@ template <class S> void checkStatusCodes(const Case& c) {
     }
 }
 
+// ---- hostile floats ------------------------------------------------------------------
+
+// The inputs a component's formula involves, per term (bit 0 colour A, 1 alpha A, 2 colour B,
+// 3 alpha B): the term of A and the term of B of Fa * A + Fb * B. A term with a weight that is
+// zero by definition (B under IN and OUT) involves nothing.
+struct Terms {
+    unsigned a = 0, b = 0;
+};
+Terms involvedInputs(int op, bool isAlpha) {
+    const bool pre = premultiplied(op);
+    unsigned fa = 0, fb = 0;  // the inputs of the factors Fa and Fb
+    bool hasB = true;
+    switch (op % 6) {
+        case ZKRI_ALPHA_OVER: fb = 2; break;
+        case ZKRI_ALPHA_IN:
+        case ZKRI_ALPHA_OUT: fa = 8, hasB = false; break;
+        case ZKRI_ALPHA_ATOP: fa = 8, fb = 2; break;
+        case ZKRI_ALPHA_XOR: fa = 8, fb = 2; break;
+        default: break;
+    }
+    Terms t;
+    // Colour: alpha * colour * factor (premultiplied: colour * factor); alpha: alpha * factor.
+    t.a = fa | (isAlpha ? 2u : (pre ? 1u : 3u));
+    t.b = hasB ? (fb | (isAlpha ? 8u : (pre ? 4u : 12u))) : 0u;
+    return t;
+}
+
+// A term's magnitude (its factors' magnitudes multiplied, a factor 1 - x counted as 1 + |x|), and
+// whether single precision computes it in any order of its products: no partial product beyond
+// the float range, no underflow that a large factor would magnify. `oneMinus`: the input the term
+// takes as 1 - x (alpha B in A's term of OUT and XOR, alpha A in B's term of OVER, ATOP and XOR).
+struct TermSize {
+    long double size = 0;
+    bool representable = true;
+};
+TermSize termSize(unsigned inputs, unsigned oneMinus, const long double (&v)[4]) {
+    if (inputs == 0) return {};
+    long double big = 1, small = 1;
+    for (int i = 0; i < 4; ++i) {
+        if (!(inputs & (1u << i))) continue;
+        const long double m = (oneMinus & (1u << i)) ? 1 + std::fabs(v[i]) : std::fabs(v[i]);
+        (m > 1 ? big : small) *= m;
+    }
+    return {big * small, big < 1e37L && !(small < 1e-36L && big > 1e6L)};
+}
+Terms oneMinusInputs(int op) {
+    const int kind = op % 6;
+    Terms t;
+    t.a = (kind == ZKRI_ALPHA_OUT || kind == ZKRI_ALPHA_XOR) ? 8u : 0u;
+    t.b = (kind == ZKRI_ALPHA_OVER || kind == ZKRI_ALPHA_ATOP || kind == ZKRI_ALPHA_XOR) ? 2u : 0u;
+    return t;
+}
+
+template <class S> void checkHostileFloats(const Case& c) {
+    if constexpr (std::is_floating_point_v<S>) {
+        std::mt19937 rng(4242);
+        const int comps = c.form == Form::Planar ? 4 : c.channels;
+        for (int op = ZKRI_ALPHA_OVER; op <= ZKRI_ALPHA_PLUS_PREMUL; ++op) {
+            SCOPED_TRACE(testing::Message() << "op " << op);
+            Images<S> img(c, kSplitSize.width, 3, true, rng);
+            // Fractions in [0, 1]: nothing but inexact (and the underflow of a tiny product).
+            const unsigned plain = floats::flagsOf([&] { ASSERT_EQ(c.call(img.bag(c, op)), zkrStsNoErr); });
+            EXPECT_EQ(plain & ~(floats::kInexact | floats::kUnderflow | floats::kDenormal), 0u)
+                << "fractions raised " << floats::flagNames(plain);
+            for (auto* planes : {&img.a, &img.b, &img.d})
+                for (Plane<S>& p : *planes) floats::fillHostile(p.data, rng, 0.05);
+            const std::vector<Plane<S>> before = img.d;
+            std::vector<Plane<S>> first;
+            forEachLevel([&](const Level& level) {
+                for (int threads : {1, 2}) {
+                    SCOPED_TRACE(testing::Message() << threads << " threads");
+                    ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+                    img.d = before;
+                    ZkrStatus st = zkrStsNoErr;
+                    const unsigned raised = floats::flagsOf([&] { st = c.call(img.bag(c, op)); });
+                    ASSERT_EQ(st, zkrStsNoErr);
+                    EXPECT_EQ(raised & floats::kZeroDivide, 0u) << "raised " << floats::flagNames(raised);
+                    if (first.empty()) {
+                        first = img.d;
+                    } else {
+                        // Every level and thread split gives the first run's bits (any NaN for a NaN).
+                        for (std::size_t k = 0; k < first.size(); ++k)
+                            for (std::size_t i = 0; i < first[k].data.size(); ++i) {
+                                const S g = img.d[k].data[i], f = first[k].data[i];
+                                ASSERT_TRUE(std::isnan(f) ? std::isnan(g) : sameBits(g, f))
+                                    << level.name << ": plane " << k << " index " << i << " gives " << g
+                                    << " where the first run gave " << f;
+                            }
+                    }
+                    for (int y = 0; y < img.d[0].height; ++y)
+                        for (int x = 0; x < img.d[0].width; ++x)
+                            for (int k = 0; k < comps; ++k) {
+                                const bool isAlpha = k == 3 && (c.form == Form::Pixel || c.form == Form::Planar);
+                                if (c.keepLast && k == 3) continue;  // untouched: checked by the reference test
+                                auto comp = [&](const std::vector<Plane<S>>& im, int ch) {
+                                    return c.form == Form::Planar ? im[std::size_t(ch)].at(y, x)
+                                                                  : im[0].at(y, x * comps + ch);
+                                };
+                                const bool perPixel = c.form != Form::Const;
+                                const long double v[4] = {comp(img.a, k), perPixel ? comp(img.a, 3) : img.alpha1,
+                                                          comp(img.b, k), perPixel ? comp(img.b, 3) : img.alpha2};
+                                const Terms t = involvedInputs(op, isAlpha);
+                                bool nan = false, inf = false;
+                                for (int i = 0; i < 4; ++i)
+                                    if ((t.a | t.b) & (1u << i)) nan |= std::isnan(v[i]), inf |= std::isinf(v[i]);
+                                const S got = comp(img.d, k);
+                                const auto where = [&] {
+                                    return testing::Message() << "row " << y << " pixel " << x << " component " << k
+                                                              << ": got " << got << " from " << double(v[0]) << ", "
+                                                              << double(v[1]) << ", " << double(v[2]) << ", "
+                                                              << double(v[3]);
+                                };
+                                if (nan) {
+                                    ASSERT_TRUE(std::isnan(got)) << where() << " (a NaN it involves must show)";
+                                } else if (inf) {
+                                    ASSERT_FALSE(std::isfinite(got)) << where() << " (an infinity it involves)";
+                                } else {
+                                    const Terms om = oneMinusInputs(op);
+                                    const TermSize ta = termSize(t.a, om.a, v), tb = termSize(t.b, om.b, v);
+                                    if (!ta.representable || !tb.representable) continue;
+                                    // (B's colour taken as 0 where the operation has no term of B.)
+                                    const long double want =
+                                        composeExact<S>(op, isAlpha, S(v[0]), S(v[1]), t.b ? S(v[2]) : S(0), S(v[3]));
+                                    ASSERT_LE(std::fabs(got - want), 4e-6L * (ta.size + tb.size) + 1e-37L)
+                                        << where() << ", want " << double(want);
+                                }
+                            }
+                    if (testing::Test::HasFailure()) return;
+                }
+            });
+            if (testing::Test::HasFailure()) return;
+        }
+    }
+}
+
 class AlphaFamily : public testing::WithParamInterface<Form>, public LibraryStateTest {
 protected:
     template <class Check> void walk(Check check) {
@@ -374,6 +510,12 @@ TEST_P(AlphaFamily, MatchesReferenceOnEveryLevel) {
 }
 TEST_P(AlphaFamily, ThreadSplitsMatchSingleThread) {
     walk([](const Case& c) { withAlphaType(c.comp, [&]<class S>() { checkThreadSplit<S>(c); }); });
+}
+// Floats: NaN, infinities, denormals and values from 1e-30 to 1e30 reach exactly the components
+// whose formula involves them; finite inputs give the formula's value wherever single precision
+// can hold its products.
+TEST_P(AlphaFamily, HostileFloats) {
+    walk([](const Case& c) { withAlphaType(c.comp, [&]<class S>() { checkHostileFloats<S>(c); }); });
 }
 TEST_P(AlphaFamily, StatusCodes) {
     walk([](const Case& c) { withAlphaType(c.comp, [&]<class S>() { checkStatusCodes<S>(c); }); });
