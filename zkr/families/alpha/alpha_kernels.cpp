@@ -12,6 +12,15 @@
 #include "alpha_kernels.h"
 #include "rows.h"
 
+#if defined(__AVX2__)
+#include <immintrin.h>
+// GCC 12 reports the undefined pass-through operand inside the AVX-512 headers' own
+// intrinsics as "may be used uninitialized" once they are inlined; that operand is never read
+// (every lane is computed), so the warning is off for this file.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <type_traits>
+
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
 #endif
@@ -55,24 +64,98 @@ template <class T> using W = typename Arith<T>::W;
 template <class T> using S = typename Arith<T>::S;
 
 // Fa and Fb of the operation in units of max, from the alphas.
-// A factor that does not depend on an alpha never multiplies it by zero, so that an infinite
-// or NaN alpha reaches only the terms whose definition holds it.
 template <class T> inline W<T> factorA(const Factors& f, S<T> aB) {
-    const S<T> fixed = S<T>(f.fa0) * Arith<T>::max;
-    return W<T>(f.fa1 == 0 ? fixed : fixed + S<T>(f.fa1) * aB);
+    return W<T>(S<T>(f.fa0) * Arith<T>::max + S<T>(f.fa1) * aB);
 }
 template <class T> inline W<T> factorB(const Factors& f, S<T> aA) {
-    const S<T> fixed = S<T>(f.fb0) * Arith<T>::max;
-    return W<T>(f.fb1 == 0 ? fixed : fixed + S<T>(f.fb1) * aA);
+    return W<T>(S<T>(f.fb0) * Arith<T>::max + S<T>(f.fb1) * aA);
 }
-// Fa * A + Fb * B, without the term of B where the operation's Fb is zero by definition (IN, OUT):
-// an infinite or NaN component of B does not reach the result through a zero weight.
-template <class T> inline W<T> weighted(bool hasB, W<T> a, W<T> wA, W<T> b, W<T> wB) {
-    return hasB ? a * wA + b * wB : a * wA;
-}
-inline bool hasTermB(const Factors& f) { return f.fb0 != 0 || f.fb1 != 0; }
 
 // ---- per-pixel alpha ------------------------------------------------------------
+
+#if defined(__AVX2__)
+// The 8u pixel kernel on whole vectors: every component widened to 32 bits, the pixel's alphas
+// broadcast over its four lanes by a byte shuffle, the weighted sum n formed exactly as in the
+// scalar loop, and the rounded quotient floor((2n + 65025) / 130050) taken as (x * kDivM) >> 43:
+// for x < 2^26 (n < 2 * 255^3) that is the quotient exactly, since
+// x * (kDivM * 130050 - 2^43) < 2^43. The narrowing to bytes saturates at 255.
+constexpr long long kDivM = 67636241;  // ceil(2^43 / 130050)
+
+#if defined(__AVX512BW__)
+using V32 = __m512i;  // 16 lanes: four pixels
+inline V32 splat32(int v) { return _mm512_set1_epi32(v); }
+inline V32 add32(V32 x, V32 y) { return _mm512_add_epi32(x, y); }
+inline V32 mul32(V32 x, V32 y) { return _mm512_mullo_epi32(x, y); }
+inline V32 alphaLanesTo255(V32 v) { return _mm512_mask_blend_epi32(__mmask16(0x8888), v, splat32(255)); }
+// Four pixels: their components, and each pixel's alpha in all four of its lanes.
+inline void load4(const Zkr8u* p, V32& c, V32& alpha) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i idx = _mm_setr_epi8(3, 3, 3, 3, 7, 7, 7, 7, 11, 11, 11, 11, 15, 15, 15, 15);
+    c = _mm512_cvtepu8_epi32(bytes);
+    alpha = _mm512_cvtepu8_epi32(_mm_shuffle_epi8(bytes, idx));
+}
+inline V32 quotient(V32 x) {
+    const __m512i m = _mm512_set1_epi64(kDivM);
+    const __m512i even = _mm512_srli_epi64(_mm512_mul_epu32(x, m), 43);
+    const __m512i odd = _mm512_srli_epi64(_mm512_mul_epu32(_mm512_srli_epi64(x, 32), m), 11);
+    return _mm512_mask_blend_epi32(__mmask16(0xAAAA), even, odd);
+}
+inline void store4(Zkr8u* p, V32 q) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtusepi32_epi8(q)); }
+#else
+// AVX2: two vectors of eight lanes (two pixels each) for four pixels.
+struct V32 {
+    __m256i lo, hi;
+};
+inline V32 splat32(int v) { return {_mm256_set1_epi32(v), _mm256_set1_epi32(v)}; }
+inline V32 add32(V32 x, V32 y) { return {_mm256_add_epi32(x.lo, y.lo), _mm256_add_epi32(x.hi, y.hi)}; }
+inline V32 mul32(V32 x, V32 y) { return {_mm256_mullo_epi32(x.lo, y.lo), _mm256_mullo_epi32(x.hi, y.hi)}; }
+inline V32 alphaLanesTo255(V32 v) {
+    const __m256i k = _mm256_set1_epi32(255);
+    return {_mm256_blend_epi32(v.lo, k, 0x88), _mm256_blend_epi32(v.hi, k, 0x88)};
+}
+inline void load4(const Zkr8u* p, V32& c, V32& alpha) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i idx = _mm_setr_epi8(3, 3, 3, 3, 7, 7, 7, 7, 11, 11, 11, 11, 15, 15, 15, 15);
+    const __m128i al = _mm_shuffle_epi8(bytes, idx);
+    c = {_mm256_cvtepu8_epi32(bytes), _mm256_cvtepu8_epi32(_mm_srli_si128(bytes, 8))};
+    alpha = {_mm256_cvtepu8_epi32(al), _mm256_cvtepu8_epi32(_mm_srli_si128(al, 8))};
+}
+inline __m256i quotient8(__m256i x) {
+    const __m256i m = _mm256_set1_epi64x(kDivM);
+    const __m256i even = _mm256_srli_epi64(_mm256_mul_epu32(x, m), 43);
+    const __m256i odd = _mm256_srli_epi64(_mm256_mul_epu32(_mm256_srli_epi64(x, 32), m), 11);
+    return _mm256_blend_epi32(even, odd, 0xAA);
+}
+inline V32 quotient(V32 x) { return {quotient8(x.lo), quotient8(x.hi)}; }
+inline void store4(Zkr8u* p, V32 q) {
+    // Saturating packs to 16 and 8 bits; the 64-bit permute puts the two halves back in order.
+    const __m256i w = _mm256_permute4x64_epi64(_mm256_packus_epi32(q.lo, q.hi), 0xD8);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p),
+                     _mm_packus_epi16(_mm256_castsi256_si128(w), _mm256_extracti128_si256(w, 1)));
+}
+#endif
+
+// Four pixels a step; returns the pixels done, the caller finishes the row with the scalar loop.
+template <bool premul>
+std::ptrdiff_t pixelRow8uVec(const Zkr8u* __restrict a, const Zkr8u* __restrict b, Zkr8u* __restrict d,
+                             std::ptrdiff_t pixels, Factors f) {
+    const V32 fa0 = splat32(f.fa0 * 255), fa1 = splat32(f.fa1), fb0 = splat32(f.fb0 * 255), fb1 = splat32(f.fb1);
+    const V32 half = splat32(65025), c255 = splat32(255);
+    std::ptrdiff_t p = 0;
+    for (; p + 4 <= pixels; p += 4) {
+        V32 ca, aA, cb, aB;
+        load4(a + 4 * p, ca, aA);
+        load4(b + 4 * p, cb, aB);
+        const V32 fa = add32(fa0, mul32(fa1, aB)), fb = add32(fb0, mul32(fb1, aA));
+        // Colour lanes weigh by their pixel's alpha (premultiplied: by max), the alpha lane by max.
+        const V32 wA = mul32(premul ? c255 : alphaLanesTo255(aA), fa);
+        const V32 wB = mul32(premul ? c255 : alphaLanesTo255(aB), fb);
+        const V32 n = add32(mul32(ca, wA), mul32(cb, wB));
+        store4(d + 4 * p, quotient(add32(add32(n, n), half)));
+    }
+    return p;
+}
+#endif
 
 // `pixels` interleaved pixels of four components, the fourth the alpha.
 template <class T, bool premul>
@@ -80,18 +163,21 @@ ZKR_NOINLINE void pixelRow(const T* __restrict a, const T* __restrict b, T* __re
                            Factors f) {
     using A = Arith<T>;
     constexpr W<T> m = W<T>(A::max);
-    const bool hasB = hasTermB(f);
-    for (std::ptrdiff_t p = 0; p < pixels; ++p) {
+    std::ptrdiff_t p = 0;
+#if defined(__AVX2__)
+    if constexpr (std::is_same_v<T, Zkr8u>) p = pixelRow8uVec<premul>(a, b, d, pixels, f);
+#endif
+    for (; p < pixels; ++p) {
         const T* pa = a + 4 * p;
         const T* pb = b + 4 * p;
         T* pd = d + 4 * p;
         const S<T> aA = S<T>(pa[3]), aB = S<T>(pb[3]);
         const W<T> fa = factorA<T>(f, aB), fb = factorB<T>(f, aA);
         const W<T> wA = (premul ? m : W<T>(aA)) * fa, wB = (premul ? m : W<T>(aB)) * fb;
-        pd[0] = A::finish(weighted<T>(hasB, W<T>(pa[0]), wA, W<T>(pb[0]), wB));
-        pd[1] = A::finish(weighted<T>(hasB, W<T>(pa[1]), wA, W<T>(pb[1]), wB));
-        pd[2] = A::finish(weighted<T>(hasB, W<T>(pa[2]), wA, W<T>(pb[2]), wB));
-        pd[3] = A::finish(weighted<T>(hasB, W<T>(aA), m * fa, W<T>(aB), m * fb));
+        pd[0] = A::finish(W<T>(pa[0]) * wA + W<T>(pb[0]) * wB);
+        pd[1] = A::finish(W<T>(pa[1]) * wA + W<T>(pb[1]) * wB);
+        pd[2] = A::finish(W<T>(pa[2]) * wA + W<T>(pb[2]) * wB);
+        pd[3] = A::finish(W<T>(aA) * (m * fa) + W<T>(aB) * (m * fb));
     }
 }
 
@@ -102,12 +188,11 @@ ZKR_NOINLINE void planeRow(const T* __restrict ca, const T* __restrict aa, const
                            const T* __restrict ab, T* __restrict d, std::ptrdiff_t n, Factors f) {
     using A = Arith<T>;
     constexpr W<T> m = W<T>(A::max);
-    const bool hasB = hasTermB(f);
     for (std::ptrdiff_t i = 0; i < n; ++i) {
         const S<T> aA = S<T>(aa[i]), aB = S<T>(ab[i]);
         const W<T> wA = (premul ? m : W<T>(aA)) * factorA<T>(f, aB);
         const W<T> wB = (premul ? m : W<T>(aB)) * factorB<T>(f, aA);
-        d[i] = A::finish(weighted<T>(hasB, W<T>(ca[i]), wA, W<T>(cb[i]), wB));
+        d[i] = A::finish(W<T>(ca[i]) * wA + W<T>(cb[i]) * wB);
     }
 }
 
@@ -115,18 +200,18 @@ ZKR_NOINLINE void planeRow(const T* __restrict ca, const T* __restrict aa, const
 
 template <class T>
 ZKR_NOINLINE void constRow(const T* __restrict a, const T* __restrict b, T* __restrict d, std::ptrdiff_t n, W<T> wA,
-                           W<T> wB, bool hasB) {
-    for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = Arith<T>::finish(weighted<T>(hasB, W<T>(a[i]), wA, W<T>(b[i]), wB));
+                           W<T> wB) {
+    for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = Arith<T>::finish(W<T>(a[i]) * wA + W<T>(b[i]) * wB);
 }
 
 // AC4: three colour components of every pixel, the fourth left alone.
 template <class T>
 ZKR_NOINLINE void constRowKeep(const T* __restrict a, const T* __restrict b, T* __restrict d, std::ptrdiff_t pixels,
-                               W<T> wA, W<T> wB, bool hasB) {
+                               W<T> wA, W<T> wB) {
     for (std::ptrdiff_t p = 0; p < pixels; ++p) {
-        d[4 * p] = Arith<T>::finish(weighted<T>(hasB, W<T>(a[4 * p]), wA, W<T>(b[4 * p]), wB));
-        d[4 * p + 1] = Arith<T>::finish(weighted<T>(hasB, W<T>(a[4 * p + 1]), wA, W<T>(b[4 * p + 1]), wB));
-        d[4 * p + 2] = Arith<T>::finish(weighted<T>(hasB, W<T>(a[4 * p + 2]), wA, W<T>(b[4 * p + 2]), wB));
+        d[4 * p] = Arith<T>::finish(W<T>(a[4 * p]) * wA + W<T>(b[4 * p]) * wB);
+        d[4 * p + 1] = Arith<T>::finish(W<T>(a[4 * p + 1]) * wA + W<T>(b[4 * p + 1]) * wB);
+        d[4 * p + 2] = Arith<T>::finish(W<T>(a[4 * p + 2]) * wA + W<T>(b[4 * p + 2]) * wB);
     }
 }
 
@@ -191,8 +276,8 @@ template <class T> void constant(const AlphaJob& j, int y0, int y1) {
         const T* a = rowOf<T>(j.a[0], j.aStep, y);
         const T* b = rowOf<T>(j.b[0], j.bStep, y);
         T* d = rowOf<T>(j.d[0], j.dStep, y);
-        if (j.keepLast) constRowKeep<T>(a, b, d, n, wA, wB, hasTermB(j.f));
-        else constRow<T>(a, b, d, n, wA, wB, hasTermB(j.f));
+        if (j.keepLast) constRowKeep<T>(a, b, d, n, wA, wB);
+        else constRow<T>(a, b, d, n, wA, wB);
     }
 }
 
