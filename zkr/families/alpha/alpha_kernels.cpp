@@ -64,12 +64,22 @@ template <class T> using W = typename Arith<T>::W;
 template <class T> using S = typename Arith<T>::S;
 
 // Fa and Fb of the operation in units of max, from the alphas.
+// A factor that does not depend on an alpha never multiplies it by zero, so that an infinite
+// or NaN alpha reaches only the terms whose definition holds it.
 template <class T> inline W<T> factorA(const Factors& f, S<T> aB) {
-    return W<T>(S<T>(f.fa0) * Arith<T>::max + S<T>(f.fa1) * aB);
+    const S<T> fixed = S<T>(f.fa0) * Arith<T>::max;
+    return W<T>(f.fa1 == 0 ? fixed : fixed + S<T>(f.fa1) * aB);
 }
 template <class T> inline W<T> factorB(const Factors& f, S<T> aA) {
-    return W<T>(S<T>(f.fb0) * Arith<T>::max + S<T>(f.fb1) * aA);
+    const S<T> fixed = S<T>(f.fb0) * Arith<T>::max;
+    return W<T>(f.fb1 == 0 ? fixed : fixed + S<T>(f.fb1) * aA);
 }
+// Fa * A + Fb * B, without the term of B where the operation's Fb is zero by definition (IN, OUT):
+// an infinite or NaN component of B does not reach the result through a zero weight.
+template <class T> inline W<T> weighted(bool hasB, W<T> a, W<T> wA, W<T> b, W<T> wB) {
+    return hasB ? a * wA + b * wB : a * wA;
+}
+inline bool hasTermB(const Factors& f) { return f.fb0 != 0 || f.fb1 != 0; }
 
 // ---- per-pixel alpha ------------------------------------------------------------
 
@@ -163,6 +173,7 @@ ZKR_NOINLINE void pixelRow(const T* __restrict a, const T* __restrict b, T* __re
                            Factors f) {
     using A = Arith<T>;
     constexpr W<T> m = W<T>(A::max);
+    const bool hasB = hasTermB(f);
     std::ptrdiff_t p = 0;
 #if defined(__AVX2__)
     if constexpr (std::is_same_v<T, Zkr8u>) p = pixelRow8uVec<premul>(a, b, d, pixels, f);
@@ -174,10 +185,10 @@ ZKR_NOINLINE void pixelRow(const T* __restrict a, const T* __restrict b, T* __re
         const S<T> aA = S<T>(pa[3]), aB = S<T>(pb[3]);
         const W<T> fa = factorA<T>(f, aB), fb = factorB<T>(f, aA);
         const W<T> wA = (premul ? m : W<T>(aA)) * fa, wB = (premul ? m : W<T>(aB)) * fb;
-        pd[0] = A::finish(W<T>(pa[0]) * wA + W<T>(pb[0]) * wB);
-        pd[1] = A::finish(W<T>(pa[1]) * wA + W<T>(pb[1]) * wB);
-        pd[2] = A::finish(W<T>(pa[2]) * wA + W<T>(pb[2]) * wB);
-        pd[3] = A::finish(W<T>(aA) * (m * fa) + W<T>(aB) * (m * fb));
+        pd[0] = A::finish(weighted<T>(hasB, W<T>(pa[0]), wA, W<T>(pb[0]), wB));
+        pd[1] = A::finish(weighted<T>(hasB, W<T>(pa[1]), wA, W<T>(pb[1]), wB));
+        pd[2] = A::finish(weighted<T>(hasB, W<T>(pa[2]), wA, W<T>(pb[2]), wB));
+        pd[3] = A::finish(weighted<T>(hasB, W<T>(aA), m * fa, W<T>(aB), m * fb));
     }
 }
 
@@ -188,11 +199,12 @@ ZKR_NOINLINE void planeRow(const T* __restrict ca, const T* __restrict aa, const
                            const T* __restrict ab, T* __restrict d, std::ptrdiff_t n, Factors f) {
     using A = Arith<T>;
     constexpr W<T> m = W<T>(A::max);
+    const bool hasB = hasTermB(f);
     for (std::ptrdiff_t i = 0; i < n; ++i) {
         const S<T> aA = S<T>(aa[i]), aB = S<T>(ab[i]);
         const W<T> wA = (premul ? m : W<T>(aA)) * factorA<T>(f, aB);
         const W<T> wB = (premul ? m : W<T>(aB)) * factorB<T>(f, aA);
-        d[i] = A::finish(W<T>(ca[i]) * wA + W<T>(cb[i]) * wB);
+        d[i] = A::finish(weighted<T>(hasB, W<T>(ca[i]), wA, W<T>(cb[i]), wB));
     }
 }
 
@@ -200,18 +212,18 @@ ZKR_NOINLINE void planeRow(const T* __restrict ca, const T* __restrict aa, const
 
 template <class T>
 ZKR_NOINLINE void constRow(const T* __restrict a, const T* __restrict b, T* __restrict d, std::ptrdiff_t n, W<T> wA,
-                           W<T> wB) {
-    for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = Arith<T>::finish(W<T>(a[i]) * wA + W<T>(b[i]) * wB);
+                           W<T> wB, bool hasB) {
+    for (std::ptrdiff_t i = 0; i < n; ++i) d[i] = Arith<T>::finish(weighted<T>(hasB, W<T>(a[i]), wA, W<T>(b[i]), wB));
 }
 
 // AC4: three colour components of every pixel, the fourth left alone.
 template <class T>
 ZKR_NOINLINE void constRowKeep(const T* __restrict a, const T* __restrict b, T* __restrict d, std::ptrdiff_t pixels,
-                               W<T> wA, W<T> wB) {
+                               W<T> wA, W<T> wB, bool hasB) {
     for (std::ptrdiff_t p = 0; p < pixels; ++p) {
-        d[4 * p] = Arith<T>::finish(W<T>(a[4 * p]) * wA + W<T>(b[4 * p]) * wB);
-        d[4 * p + 1] = Arith<T>::finish(W<T>(a[4 * p + 1]) * wA + W<T>(b[4 * p + 1]) * wB);
-        d[4 * p + 2] = Arith<T>::finish(W<T>(a[4 * p + 2]) * wA + W<T>(b[4 * p + 2]) * wB);
+        d[4 * p] = Arith<T>::finish(weighted<T>(hasB, W<T>(a[4 * p]), wA, W<T>(b[4 * p]), wB));
+        d[4 * p + 1] = Arith<T>::finish(weighted<T>(hasB, W<T>(a[4 * p + 1]), wA, W<T>(b[4 * p + 1]), wB));
+        d[4 * p + 2] = Arith<T>::finish(weighted<T>(hasB, W<T>(a[4 * p + 2]), wA, W<T>(b[4 * p + 2]), wB));
     }
 }
 
@@ -276,8 +288,8 @@ template <class T> void constant(const AlphaJob& j, int y0, int y1) {
         const T* a = rowOf<T>(j.a[0], j.aStep, y);
         const T* b = rowOf<T>(j.b[0], j.bStep, y);
         T* d = rowOf<T>(j.d[0], j.dStep, y);
-        if (j.keepLast) constRowKeep<T>(a, b, d, n, wA, wB);
-        else constRow<T>(a, b, d, n, wA, wB);
+        if (j.keepLast) constRowKeep<T>(a, b, d, n, wA, wB, hasTermB(j.f));
+        else constRow<T>(a, b, d, n, wA, wB, hasTermB(j.f));
     }
 }
 
