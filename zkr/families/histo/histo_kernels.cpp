@@ -4,9 +4,11 @@
 // 8u histograms count into four interleaved sub-histograms of the 256 values
 // (so that runs of equal values do not wait on one counter) and fold them into
 // bins at the end of the band; 8u look-up tables are one load per value.
-// Other types search the levels per value. Counting in a range compares
+// 16-bit histograms find a value's bin from a table of buckets of its high
+// byte (hist16); other types search the levels per value. Counting in a range compares
 // whole rows of components at once and is left to the auto-vectoriser.
 #include <cstring>
+#include <type_traits>
 
 #include "histo_kernels.h"
 #include "rows.h"
@@ -57,6 +59,58 @@ template <class T> void histSearch(const HistJob& j, int y0, int y1, std::int32_
                 if (k >= 0) ++h[k];
             }
         }
+    }
+}
+
+// 16-bit histograms: the value range in 256 buckets of 256 values, and per bucket the number of
+// levels at or below its first value and whether a level lies inside it, found by one walk over
+// buckets and levels. A value's count c of levels at or below it is its bucket's, moved past the
+// few levels inside the bucket; its bin is c - 1 when 1 <= c <= n - 1 (at or above the first
+// level, below the last) and none otherwise, so the kernel counts c in n + 1 counters, four
+// interleaved sets of them so that runs of equal values do not wait on one counter, and drops
+// both ends when it folds them into the bins. More levels than kMaxLevels search per value.
+constexpr int kMaxLevels = 1024;
+
+template <class T> void hist16(const HistJob& j, int y0, int y1, std::int32_t* const* hist) {
+    static_assert(sizeof(T) == 2);
+    constexpr int off = std::is_signed_v<T> ? 32768 : 0;  // the first value of bucket 0 is -off
+    for (int c = 0; c < j.channels; ++c)
+        if (j.nLevels[c] > kMaxLevels) return histSearch<T>(j, y0, y1, hist);
+    for (int c = 0; c < j.channels; ++c) {
+        const Zkr32s* lv = static_cast<const Zkr32s*>(j.levels[c]);
+        const int n = j.nLevels[c];
+        std::uint16_t below[256];
+        bool inside[256];
+        int k = 0;
+        for (int b = 0; b < 256; ++b) {
+            const int first = b * 256 - off, last = first + 255;
+            while (k < n && lv[k] <= first) ++k;
+            below[b] = std::uint16_t(k);
+            inside[b] = k < n && lv[k] <= last;
+        }
+        std::uint32_t counts[4][kMaxLevels + 1];
+        for (auto& set : counts) std::memset(set, 0, sizeof(std::uint32_t) * std::size_t(n + 1));
+        const auto countOf = [&](int v) {
+            const int b = (v + off) >> 8;
+            int cnt = below[b];
+            if (inside[b])
+                while (cnt < n && lv[cnt] <= v) ++cnt;
+            return cnt;
+        };
+        const std::ptrdiff_t p = j.period;
+        for (int y = y0; y < y1; ++y) {
+            const T* s = rowOf<T>(j.src, j.step, y) + c;
+            int x = 0;
+            for (; x + 4 <= j.width; x += 4) {
+                ++counts[0][countOf(s[(x + 0) * p])];
+                ++counts[1][countOf(s[(x + 1) * p])];
+                ++counts[2][countOf(s[(x + 2) * p])];
+                ++counts[3][countOf(s[(x + 3) * p])];
+            }
+            for (; x < j.width; ++x) ++counts[0][countOf(s[x * p])];
+        }
+        for (int i = 1; i < n; ++i)
+            hist[c][i - 1] += std::int32_t(counts[0][i] + counts[1][i] + counts[2][i] + counts[3][i]);
     }
 }
 
@@ -156,7 +210,7 @@ template <class T> constexpr LutFn lutsOf(LutKind k) {
 
 extern const Kernels kernels;
 const Kernels kernels = {
-    {&hist8u, &histSearch<Zkr16u>, &histSearch<Zkr16s>, &histSearch<Zkr32f>},
+    {&hist8u, &hist16<Zkr16u>, &hist16<Zkr16s>, &histSearch<Zkr32f>},
     {&palette<Zkr8u, Zkr8u>, &palette<Zkr16u, Zkr16u>, &palette<Zkr8u, Zkr32u>, &palette<Zkr16u, Zkr32u>},
     {{&lut8u, &lut8u, &lut8u},
      {lutsOf<Zkr16u>(LutKind::Step), lutsOf<Zkr16u>(LutKind::Linear), lutsOf<Zkr16u>(LutKind::Cubic)},
