@@ -19,12 +19,17 @@ export CCACHE_NOHASHDIR := 1
 NINJA       = $(shell command -v ninja 2>/dev/null)
 generator   = $(if $(wildcard $(1)/CMakeCache.txt),,$(if $(NINJA),-G Ninja))
 
-.PHONY: all deps configure build run test test-asan test-tsan fuzz clean
+.PHONY: all deps bench-deps configure build run test test-asan test-tsan fuzz clean
 
 all: build
 
 deps:
 	@tools/install-deps.sh
+
+# The kernel benchmark's peer libraries (OpenCV, FFTW from the distribution): speed anchors for
+# bench/zkr_kernels only, so neither `deps` nor `test` installs them.
+bench-deps:
+	@tools/install-bench-deps.sh
 
 # `build` makes the product: the program, the library and the list of its functions. `test` builds
 # the rest (tests, fixtures, benchmarks) on top of it.
