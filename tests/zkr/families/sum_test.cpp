@@ -14,6 +14,9 @@
 
 #define ZKR_TABLE "sum/sum.tbl"
 #include "zkr_declare.h"
+#undef ZKR_TABLE
+#define ZKR_TABLE "sum/hint.tbl"
+#include "zkr_declare.h"
 
 namespace zkrtest {
 namespace {
@@ -108,6 +111,7 @@ std::vector<FamilyCase> expandTable() {
         return ZKR_CALL(b, name, form, T);                                                 \
     }));
 #include "sum/sum.tbl"
+#include "sum/hint.tbl"
 #undef ZKR_FN
     return cases;
 }
@@ -533,11 +537,12 @@ TEST_F(Quality, EqualImagesScoreOneAndConstantsFollowTheRule) {
 
 // ---- the table ------------------------------------------------------------------------
 
+// TimiSum's table, and the float sums and means of TimiHint's (hint.tbl, the rows with a hint).
 TEST(SumFamilyTable, CountsPerBase) {
-    std::map<Op, int> perOp;
+    std::map<Op, int> perOp, perOpHint;
     std::vector<std::string> names;
     for (const FamilyCase& c : familyCases()) {
-        ++perOp[c.op];
+        ++(c.hasHint ? perOpHint : perOp)[c.op];
         names.push_back(c.name);
         EXPECT_EQ(c.hasHint, c.comp == CompType::F32 && (c.op == Op::Sum || c.op == Op::Mean)) << c.name;
     }
@@ -546,6 +551,7 @@ TEST(SumFamilyTable, CountsPerBase) {
     const std::map<Op, int> want = {{Op::Sum, 12},     {Op::Mean, 12},    {Op::Min, 16},     {Op::Max, 16},
                                     {Op::MinMax, 16},  {Op::MinIndx, 16}, {Op::MaxIndx, 16}, {Op::QualityIndex, 9}};
     EXPECT_EQ(perOp, want);
+    EXPECT_EQ(perOpHint, (std::map<Op, int>{{Op::Sum, 4}, {Op::Mean, 4}}));
 }
 
 // ---- float edges --------------------------------------------------------------------------
@@ -561,8 +567,10 @@ TEST_F(SumFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
     forEachCase(
         familyCases(), [](const FamilyCase& c) { return c.comp == CompType::F32 && c.op != Op::QualityIndex; },
         [](const FamilyCase& c) {
-            std::mt19937 rng(515);
+            std::vector<Outputs> firstLevel;  // the first level's results, which every level must give
             forEachLevel([&](const Level&) {
+                std::mt19937 rng(515);  // the same images on every level
+                std::size_t k = 0;
                 for (const double share : {0.002, 0.1}) {
                     Plane<Zkr32f> a(kSplitSize.width, kSplitSize.height, c.channels, randomPadding(rng), rng);
                     floats::fillHostile(a.data, rng, share);
@@ -575,11 +583,17 @@ TEST_F(SumFloatEdges, HostileFillsOnEveryLevelAndThreadCount) {
                         ASSERT_GE(zkrSetNumThreads(1), zkrStsNoErr);
                         runAndCheck<Zkr32f>(c, a, nullptr, h);
                         args.out = &one;
-                        ASSERT_EQ(c.call(args), zkrStsNoErr);
+                        // The flags of sums and ordered comparisons only (never divide-by-zero or underflow).
+                        const unsigned raised = floats::flagsOf([&] { ASSERT_EQ(c.call(args), zkrStsNoErr); });
+                        EXPECT_EQ(raised & ~(floats::kInexact | floats::kOverflow | floats::kInvalid | floats::kDenormal),
+                                  0u)
+                            << "raised " << floats::flagNames(raised);
                         ASSERT_GE(zkrSetNumThreads(2), zkrStsNoErr);
                         args.out = &two;
                         ASSERT_EQ(c.call(args), zkrStsNoErr);
                         EXPECT_EQ(std::memcmp(&one, &two, sizeof one), 0) << "result depends on the thread split";
+                        if (k == firstLevel.size()) firstLevel.push_back(one);
+                        EXPECT_EQ(std::memcmp(&one, &firstLevel[k++], sizeof one), 0) << "result depends on the level";
                         if (testing::Test::HasFailure()) return;
                     }
                 }
