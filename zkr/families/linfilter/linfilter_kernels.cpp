@@ -104,24 +104,24 @@ ZKR_NOINLINE void divideInPlace(double* __restrict q, double divisor, int n) {
     for (int i = 0; i < n; ++i) q[i] = q[i] / divisor;
 }
 
-// Quotients into an integer type: clamped to the type's range (NaN, from a non-finite weight, to
-// 0), then rounded by the mode. Rounding a clamped value keeps it inside the range, since the
-// bounds are integers. Near adds and subtracts 1.5 * 2^52, which rounds to an integer with ties to
-// even for |v| < 2^51; Financial rounds the truncation's remainder, which is exact.
+// Quotients into an integer type: rounded by the mode, then clamped to the type's range (NaN, from
+// a non-finite weight, to the lowest value). Every mode starts from the rounding to nearest with
+// ties to even that adding and subtracting 1.5 * 2^52 gives for |v| < 2^51 (larger values keep
+// their sign and saturate), then corrects by one where the mode differs, from the exact remainder
+// v - r: toward zero where r lies beyond v, away from zero at a tie. Rounding before clamping and
+// no branch keep the loop vectorised (a clamp first lets the compiler branch around the rounding
+// of the clamped constant).
 template <class D, int mode> ZKR_NOINLINE void roundInto(D* __restrict out, const double* __restrict q, int n) {
+    constexpr double magic = 6755399441055744.0;
     for (int i = 0; i < n; ++i) {
-        double v = q[i];
-        v = v == v ? v : 0.0;
-        v = v < kLow<D> ? kLow<D> : (v > kHigh<D> ? kHigh<D> : v);
-        if constexpr (mode == zkrRndNear) {
-            constexpr double magic = 6755399441055744.0;
-            v = (v + magic) - magic;
-        } else if constexpr (mode == zkrRndFinancial) {
-            const double t = double(std::int32_t(v));
-            const double f = v - t;
-            v = t + (f >= 0.5 ? 1.0 : 0.0) - (f <= -0.5 ? 1.0 : 0.0);
-        }
-        out[i] = D(std::int32_t(v));
+        const double v = q[i];
+        double r = (v + magic) - magic;
+        const double rest = v - r;
+        if constexpr (mode == zkrRndZero) r += (v > 0.0 && rest < 0.0 ? -1.0 : 0.0) + (v < 0.0 && rest > 0.0 ? 1.0 : 0.0);
+        if constexpr (mode == zkrRndFinancial) r += (v > 0.0 && rest == 0.5 ? 1.0 : 0.0) - (v < 0.0 && rest == -0.5 ? 1.0 : 0.0);
+        r = r > kLow<D> ? r : kLow<D>;
+        r = r < kHigh<D> ? r : kHigh<D>;
+        out[i] = D(std::int32_t(r));
     }
 }
 
