@@ -6,6 +6,12 @@
 #define ZKR_TABLE "sum/sum.tbl"
 #include "zkr_declare.h"
 #undef ZKR_TABLE
+// The forms with an algorithm hint, where the family keeps them in a table of their own.
+#if __has_include("sum/hint.tbl")
+#define ZKR_TABLE "sum/hint.tbl"
+#include "zkr_declare.h"
+#undef ZKR_TABLE
+#endif
 
 namespace zkbench {
 namespace {

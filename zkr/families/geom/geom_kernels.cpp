@@ -1,9 +1,13 @@
 // Compiled once per instruction-set level: the build defines ZKR_LEVEL_NS
 // (base, avx2, avx512) and passes that level's code generation flags. Only
 // plain loops, SSE2 intrinsics (every level has them; the wider levels encode
-// them in their own form) and functions of this namespace live here, so no
+// them in their own form), the byte shuffle of the levels that have it
+// (SSSE3 and up) and functions of this namespace live here, so no
 // inline code of another level can be merged into this one.
 #include <emmintrin.h>
+#ifdef __SSSE3__
+#include <tmmintrin.h>
+#endif
 
 #include <cstddef>
 #include <cstdint>
@@ -45,9 +49,30 @@ template <int P> void copyWhole(uchar* __restrict d, const uchar* __restrict s, 
     std::memcpy(d, s, std::size_t(n) * P);
 }
 
-// Three components of every four; the fourth of d stays as it was.
+// The bytes of the three colour components of every pixel of 4 * sizeof(T) bytes in a 16-byte
+// register (all ones there, zero on alpha).
+template <class T> inline __m128i colourBytes() {
+    if constexpr (sizeof(T) == 1) return _mm_set1_epi32(0x00FFFFFF);
+    else if constexpr (sizeof(T) == 2) return _mm_set_epi32(0x0000FFFF, -1, 0x0000FFFF, -1);
+    else return _mm_set_epi32(0, -1, -1, -1);
+}
+// d's colour bytes from v, its alpha bytes kept.
+template <class T> inline void storeColours(uchar* d, __m128i v, __m128i colour) {
+    const __m128i old = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_or_si128(_mm_and_si128(colour, v), _mm_andnot_si128(colour, old)));
+}
+
+// Three components of every four; the fourth of d stays as it was. Whole 16-byte registers of
+// pixels are blended with d's alpha; the pixels left over, one component at a time.
 template <class T> void copyAlpha(uchar* __restrict d, const uchar* __restrict s, int n) {
-    for (int i = 0; i < n; ++i)
+    constexpr int perReg = 16 / (4 * int(sizeof(T)));
+    const __m128i colour = colourBytes<T>();
+    int i = 0;
+    for (; i + perReg <= n; i += perReg) {
+        const std::ptrdiff_t at = std::ptrdiff_t(i) * 4 * sizeof(T);
+        storeColours<T>(d + at, _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + at)), colour);
+    }
+    for (; i < n; ++i)
         for (int c = 0; c < 3; ++c) store<T>(d + (4 * i + c) * sizeof(T), load<T>(s + (4 * i + c) * sizeof(T)));
 }
 
@@ -74,6 +99,22 @@ template <int P> void reverseWhole(uchar* __restrict d, const uchar* __restrict 
         return;
     }
 #endif
+#ifdef __SSSE3__
+    if constexpr (P == 3) {
+        // Five pixels (15 bytes) a register in reverse order by one byte shuffle. The load starts
+        // one byte before the five source pixels and the store writes one byte past the five
+        // destination pixels (the next store overwrites it), so both stay inside the row while
+        // a sixth pixel follows; the rest go one by one.
+        const __m128i order = _mm_setr_epi8(13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, -128);
+        int i = 0;
+        for (; i + 6 <= n; i += 5) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + std::ptrdiff_t(n - i - 5) * 3 - 1));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + std::ptrdiff_t(i) * 3), _mm_shuffle_epi8(v, order));
+        }
+        for (; i < n; ++i) std::memcpy(d + std::ptrdiff_t(i) * 3, s + std::ptrdiff_t(n - 1 - i) * 3, 3);
+        return;
+    }
+#endif
     if constexpr (P == 1 || P == 2 || P == 4 || P == 8) {
         using U = typename UnitOf<P>::type;
         for (int i = 0; i < n; ++i) store<U>(d + std::ptrdiff_t(i) * P, load<U>(s + std::ptrdiff_t(n - 1 - i) * P));
@@ -82,8 +123,19 @@ template <int P> void reverseWhole(uchar* __restrict d, const uchar* __restrict 
     }
 }
 
+// Whole 16-byte registers of pixels in reverse order, blended with d's alpha; the pixels left
+// over, one component at a time.
 template <class T> void reverseAlpha(uchar* __restrict d, const uchar* __restrict s, int n) {
-    for (int i = 0; i < n; ++i) {
+    constexpr int perReg = 16 / (4 * int(sizeof(T)));
+    const __m128i colour = colourBytes<T>();
+    int i = 0;
+    for (; i + perReg <= n; i += perReg) {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + std::ptrdiff_t(n - i - perReg) * 4 * sizeof(T)));
+        if constexpr (perReg == 4) v = _mm_shuffle_epi32(v, _MM_SHUFFLE(0, 1, 2, 3));
+        else if constexpr (perReg == 2) v = _mm_shuffle_epi32(v, _MM_SHUFFLE(1, 0, 3, 2));
+        storeColours<T>(d + std::ptrdiff_t(i) * 4 * sizeof(T), v, colour);
+    }
+    for (; i < n; ++i) {
         const uchar* sp = s + std::ptrdiff_t(n - 1 - i) * 4 * sizeof(T);
         uchar* dp = d + std::ptrdiff_t(i) * 4 * sizeof(T);
         for (int c = 0; c < 3; ++c) store<T>(dp + c * sizeof(T), load<T>(sp + c * sizeof(T)));
