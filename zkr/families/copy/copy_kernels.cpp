@@ -287,17 +287,75 @@ ZKR_NOINLINE void swapLoop(E* d, const E* s, const int* order, E v, int w) {
     }
 }
 
+#ifdef __SSSE3__
+// 8u channel orders a register at a time: one byte shuffle moves the pixels of a 16-byte load to
+// their new order (five pixels of three channels, or four of four; four of three channels for the
+// forms that add or drop one), the value of a channel taken from `value` is ORed in, and AC4 takes
+// its alpha bytes back from the destination. Bytes stored past the step's pixels are rewritten by
+// the next step: C3 to C3 copies its sixteenth byte unchanged (so in place it stays what it was),
+// C4 to C3 writes zeros there. A step runs while `need` pixels remain, so that every load and store
+// stays inside the row.
+struct SwapShuffle {
+    __m128i order, value, keep;
+    int pixels, need;
+};
+template <int SP, int DP, int N> SwapShuffle swapShuffle(const int* order, Zkr8u v) {
+    alignas(16) signed char idx[16], val[16], keep[16];
+    SwapShuffle m{};
+    m.pixels = SP == 3 && DP == 3 ? 5 : 4;
+    m.need = SP == 4 && DP == 4 ? 4 : 6;  // a C3 load or store reads or writes 16 bytes of 5.3 pixels
+    for (int b = 0; b < 16; ++b) {
+        const int p = b / DP, k = b % DP;
+        idx[b] = -128, val[b] = 0, keep[b] = 0;
+        if (p >= m.pixels) {
+            if (SP == 3 && DP == 3) idx[b] = static_cast<signed char>(b);
+        } else if (k >= N) {
+            keep[b] = -1;
+        } else if (order[k] < 0) {
+            val[b] = static_cast<signed char>(v);
+        } else {
+            idx[b] = static_cast<signed char>(p * SP + order[k]);
+        }
+    }
+    m.order = _mm_load_si128(reinterpret_cast<const __m128i*>(idx));
+    m.value = _mm_load_si128(reinterpret_cast<const __m128i*>(val));
+    m.keep = _mm_load_si128(reinterpret_cast<const __m128i*>(keep));
+    return m;
+}
+// Returns the pixels done; the caller finishes the row pixel by pixel.
+template <int SP, int DP, int N> int swapVec8u(Zkr8u* d, const Zkr8u* s, const int* order, Zkr8u v, int w) {
+    const SwapShuffle m = swapShuffle<SP, DP, N>(order, v);
+    int x = 0;
+    for (; x + m.need <= w; x += m.pixels) {
+        const __m128i in = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + std::ptrdiff_t(x) * SP));
+        __m128i r = _mm_or_si128(_mm_shuffle_epi8(in, m.order), m.value);
+        auto* out = reinterpret_cast<__m128i*>(d + std::ptrdiff_t(x) * DP);
+        if constexpr (N < DP) r = _mm_or_si128(_mm_andnot_si128(m.keep, r), _mm_and_si128(m.keep, _mm_loadu_si128(out)));
+        _mm_storeu_si128(out, r);
+    }
+    return x;
+}
+#endif
+
+template <class E, int SP, int DP, int N> void swapRow(E* d, const E* s, const int* order, E v, int w) {
+    int x = 0;
+#ifdef __SSSE3__
+    if constexpr (sizeof(E) == 1) x = swapVec8u<SP, DP, N>(d, s, order, v, w);
+#endif
+    swapLoop<E, SP, DP, N>(d + std::ptrdiff_t(x) * DP, s + std::ptrdiff_t(x) * SP, order, v, w - x);
+}
+
 template <class E> void swapRows(const CopyJob& j, int y0, int y1) {
     const E v = valueAt<E>(j, 0);
     for (int y = y0; y < y1; ++y) {
         const E* s = rowOf<E>(j.src, j.srcStep, y);
         E* d = rowOf<E>(j.dst, j.dstStep, y);
         switch (shapeKey(j.srcPeriod, j.dstPeriod, j.count)) {
-            case shapeKey(3, 3, 3): swapLoop<E, 3, 3, 3>(d, s, j.order, v, j.width); break;
-            case shapeKey(4, 4, 3): swapLoop<E, 4, 4, 3>(d, s, j.order, v, j.width); break;
-            case shapeKey(4, 4, 4): swapLoop<E, 4, 4, 4>(d, s, j.order, v, j.width); break;
-            case shapeKey(3, 4, 4): swapLoop<E, 3, 4, 4>(d, s, j.order, v, j.width); break;
-            default: swapLoop<E, 4, 3, 3>(d, s, j.order, v, j.width); break;
+            case shapeKey(3, 3, 3): swapRow<E, 3, 3, 3>(d, s, j.order, v, j.width); break;
+            case shapeKey(4, 4, 3): swapRow<E, 4, 4, 3>(d, s, j.order, v, j.width); break;
+            case shapeKey(4, 4, 4): swapRow<E, 4, 4, 4>(d, s, j.order, v, j.width); break;
+            case shapeKey(3, 4, 4): swapRow<E, 3, 4, 4>(d, s, j.order, v, j.width); break;
+            default: swapRow<E, 4, 3, 3>(d, s, j.order, v, j.width); break;
         }
     }
 }
