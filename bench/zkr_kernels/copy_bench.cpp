@@ -1,4 +1,5 @@
-// Clocks per pixel of the Copy family's plain copies, 8u C1 and 32f C3, on every dispatch level,
+// Clocks per pixel of the Copy family's plain copies, 8u C1 and 32f C3, of two 8u channel orders
+// (C3, AC4) and of the 8u C1 to C3 channel copy, on every dispatch level,
 // next to two bounds:
 //   ls_bound   one vector stored per clock (a copy loads and stores the same bytes; the store
 //              port is the narrower one): pixel bytes / vector bytes
@@ -47,8 +48,35 @@ bool registerC3(const std::string& name, LevelSizeFn fn) {
     return true;
 }
 
+// Channel moves between layouts: srcCh channels read and dstCh channels written per pixel (the
+// C1 to C3 copy writes one channel of three: the store side is the whole C3 row's vectors).
+// ls_bound: one vector loaded and one stored per clock, so the larger of the two pixel sizes over
+// the vector bytes.
+using MoveCall = ZkrStatus (*)(const Zkr8u*, int, Zkr8u*, int, ZkriSize);
+template <int srcCh, int dstCh, MoveCall call> void benchMove(benchmark::State& state, LevelInfo level, ImageSize size) {
+    if (!selectLevel(state, level)) return;
+    Buffer<Zkr8u> a(std::size_t(size.width) * size.height * srcCh), d(std::size_t(size.width) * size.height * dstCh);
+    const ZkriSize roi{size.width, size.height};
+    timeKernel(state, double(size.width) * size.height, double(srcCh + dstCh),
+               [&] { return call(a.data(), size.width * srcCh, d.data(), size.width * dstCh, roi); });
+    state.counters["ls_bound"] = double(srcCh > dstCh ? srcCh : dstCh) / level.vectorBytes;
+}
+constexpr int kReversed[4] = {2, 1, 0, 3};
+ZkrStatus swapC3(const Zkr8u* s, int ss, Zkr8u* d, int ds, ZkriSize roi) {
+    return zkriSwapChannels_8u_C3R(s, ss, d, ds, roi, kReversed);
+}
+ZkrStatus swapAC4(const Zkr8u* s, int ss, Zkr8u* d, int ds, ZkriSize roi) {
+    return zkriSwapChannels_8u_AC4R(s, ss, d, ds, roi, kReversed);
+}
+ZkrStatus insertC1C3(const Zkr8u* s, int ss, Zkr8u* d, int ds, ZkriSize roi) {
+    return zkriCopy_8u_C1C3R(s, ss, d + 1, ds, roi);
+}
+
 [[maybe_unused]] const bool s_registered =
-    (registerPerLevel("Copy_8u_C1R", &benchCopy<Zkr8u, 1, &zkriCopy_8u_C1R>),
+    (registerPerLevel("SwapChannels_8u_C3R", &benchMove<3, 3, &swapC3>),
+     registerPerLevel("SwapChannels_8u_AC4R", &benchMove<4, 4, &swapAC4>),
+     registerPerLevel("Copy_8u_C1C3R", &benchMove<1, 3, &insertC1C3>),
+     registerPerLevel("Copy_8u_C1R", &benchCopy<Zkr8u, 1, &zkriCopy_8u_C1R>),
      registerC3("Copy_32f_C3R", &benchCopy<Zkr32f, 3, &zkriCopy_32f_C3R>), true);
 
 }  // namespace

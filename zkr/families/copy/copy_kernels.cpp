@@ -79,6 +79,31 @@ ZKR_NOINLINE void stridedLoop(E* __restrict d, const E* __restrict s, int w) {
         for (int c = 0; c < N; ++c) d[x * DP + c] = s[x * SP + c];
 }
 
+#ifdef __SSE4_1__
+// 8u C1 into one channel of C3: sixteen pixels a step, the source bytes spread over the three
+// registers of destination bytes by byte shuffles and blended into them, the other two channels
+// kept. Returns the pixels done.
+inline int insertC3Vec8u(std::uint8_t* d, const std::uint8_t* s, int w) {
+    const __m128i spread0 = _mm_setr_epi8(0, -1, -1, 1, -1, -1, 2, -1, -1, 3, -1, -1, 4, -1, -1, 5);
+    const __m128i spread1 = _mm_setr_epi8(-1, -1, 6, -1, -1, 7, -1, -1, 8, -1, -1, 9, -1, -1, 10, -1);
+    const __m128i spread2 = _mm_setr_epi8(-1, 11, -1, -1, 12, -1, -1, 13, -1, -1, 14, -1, -1, 15, -1, -1);
+    // Written bytes: where the spread takes a source byte (its index has the high bit clear).
+    const __m128i take0 = _mm_cmpgt_epi8(spread0, _mm_set1_epi8(-1)), take1 = _mm_cmpgt_epi8(spread1, _mm_set1_epi8(-1)),
+                  take2 = _mm_cmpgt_epi8(spread2, _mm_set1_epi8(-1));
+    // The 48 bytes from the channel's first byte reach two bytes past pixel x + 15's channel: a step
+    // runs while a seventeenth pixel follows, so they stay inside the row's own pixels.
+    int x = 0;
+    for (; x + 17 <= w; x += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + x));
+        auto* out = reinterpret_cast<__m128i*>(d + std::ptrdiff_t(x) * 3);
+        _mm_storeu_si128(out, _mm_blendv_epi8(_mm_loadu_si128(out), _mm_shuffle_epi8(v, spread0), take0));
+        _mm_storeu_si128(out + 1, _mm_blendv_epi8(_mm_loadu_si128(out + 1), _mm_shuffle_epi8(v, spread1), take1));
+        _mm_storeu_si128(out + 2, _mm_blendv_epi8(_mm_loadu_si128(out + 2), _mm_shuffle_epi8(v, spread2), take2));
+    }
+    return x;
+}
+#endif
+
 // Four-channel runs of which the first three are copied: the alpha element is written back with
 // its own value, so the loop is one contiguous blend.
 template <class E> ZKR_NOINLINE void copyAC4(E* __restrict d, const E* __restrict s, int w) {
@@ -96,7 +121,15 @@ template <class E> void stridedRows(const CopyJob& j, int y0, int y1) {
             case shapeKey(4, 4, 1): stridedLoop<E, 4, 4, 1>(d, s, j.width); break;
             case shapeKey(3, 1, 1): stridedLoop<E, 3, 1, 1>(d, s, j.width); break;
             case shapeKey(4, 1, 1): stridedLoop<E, 4, 1, 1>(d, s, j.width); break;
-            case shapeKey(1, 3, 1): stridedLoop<E, 1, 3, 1>(d, s, j.width); break;
+            case shapeKey(1, 3, 1): {
+                int x = 0;
+#ifdef __SSE4_1__
+                if constexpr (sizeof(E) == 1)
+                    x = insertC3Vec8u(reinterpret_cast<std::uint8_t*>(d), reinterpret_cast<const std::uint8_t*>(s), j.width);
+#endif
+                stridedLoop<E, 1, 3, 1>(d + std::ptrdiff_t(x) * 3, s + x, j.width - x);
+                break;
+            }
             case shapeKey(1, 4, 1): stridedLoop<E, 1, 4, 1>(d, s, j.width); break;
             default:
                 for (int x = 0; x < j.width; ++x)
@@ -323,8 +356,7 @@ template <int SP, int DP, int N> SwapShuffle swapShuffle(const int* order, Zkr8u
     return m;
 }
 // Returns the pixels done; the caller finishes the row pixel by pixel.
-template <int SP, int DP, int N> int swapVec8u(Zkr8u* d, const Zkr8u* s, const int* order, Zkr8u v, int w) {
-    const SwapShuffle m = swapShuffle<SP, DP, N>(order, v);
+template <int SP, int DP, int N> int swapVec8u(Zkr8u* d, const Zkr8u* s, const SwapShuffle& m, int w) {
     int x = 0;
     for (; x + m.need <= w; x += m.pixels) {
         const __m128i in = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + std::ptrdiff_t(x) * SP));
@@ -337,26 +369,31 @@ template <int SP, int DP, int N> int swapVec8u(Zkr8u* d, const Zkr8u* s, const i
 }
 #endif
 
-template <class E, int SP, int DP, int N> void swapRow(E* d, const E* s, const int* order, E v, int w) {
-    int x = 0;
-#ifdef __SSSE3__
-    if constexpr (sizeof(E) == 1) x = swapVec8u<SP, DP, N>(d, s, order, v, w);
-#endif
-    swapLoop<E, SP, DP, N>(d + std::ptrdiff_t(x) * DP, s + std::ptrdiff_t(x) * SP, order, v, w - x);
-}
-
-template <class E> void swapRows(const CopyJob& j, int y0, int y1) {
+// The rows of one shape; 8u builds its shuffle once for the band.
+template <class E, int SP, int DP, int N> void swapShape(const CopyJob& j, int y0, int y1) {
     const E v = valueAt<E>(j, 0);
+#ifdef __SSSE3__
+    SwapShuffle m{};
+    if constexpr (sizeof(E) == 1) m = swapShuffle<SP, DP, N>(j.order, v);
+#endif
     for (int y = y0; y < y1; ++y) {
         const E* s = rowOf<E>(j.src, j.srcStep, y);
         E* d = rowOf<E>(j.dst, j.dstStep, y);
-        switch (shapeKey(j.srcPeriod, j.dstPeriod, j.count)) {
-            case shapeKey(3, 3, 3): swapRow<E, 3, 3, 3>(d, s, j.order, v, j.width); break;
-            case shapeKey(4, 4, 3): swapRow<E, 4, 4, 3>(d, s, j.order, v, j.width); break;
-            case shapeKey(4, 4, 4): swapRow<E, 4, 4, 4>(d, s, j.order, v, j.width); break;
-            case shapeKey(3, 4, 4): swapRow<E, 3, 4, 4>(d, s, j.order, v, j.width); break;
-            default: swapRow<E, 4, 3, 3>(d, s, j.order, v, j.width); break;
-        }
+        int x = 0;
+#ifdef __SSSE3__
+        if constexpr (sizeof(E) == 1) x = swapVec8u<SP, DP, N>(d, s, m, j.width);
+#endif
+        swapLoop<E, SP, DP, N>(d + std::ptrdiff_t(x) * DP, s + std::ptrdiff_t(x) * SP, j.order, v, j.width - x);
+    }
+}
+
+template <class E> void swapRows(const CopyJob& j, int y0, int y1) {
+    switch (shapeKey(j.srcPeriod, j.dstPeriod, j.count)) {
+        case shapeKey(3, 3, 3): return swapShape<E, 3, 3, 3>(j, y0, y1);
+        case shapeKey(4, 4, 3): return swapShape<E, 4, 4, 3>(j, y0, y1);
+        case shapeKey(4, 4, 4): return swapShape<E, 4, 4, 4>(j, y0, y1);
+        case shapeKey(3, 4, 4): return swapShape<E, 3, 4, 4>(j, y0, y1);
+        default: return swapShape<E, 4, 3, 3>(j, y0, y1);
     }
 }
 
