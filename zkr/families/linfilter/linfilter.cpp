@@ -26,10 +26,13 @@ enum class Op {
 namespace {
 
 // A fixed kernel: size x size weights in row order and the divisor of their sum.
+// Outer products (w(i, j) = u[j] * v[i]) keep their factors for the separable integer path.
 struct Fixed {
     int size = 3;
     int divisor = 1;
     int w[25] = {};
+    bool separable = false;
+    int u[5] = {}, v[5] = {};
 };
 
 // w(i, j) = u[j] * v[i]
@@ -37,8 +40,12 @@ Fixed outer(int size, const int* u, const int* v, int divisor) {
     Fixed k;
     k.size = size;
     k.divisor = divisor;
-    for (int j = 0; j < size; ++j)
+    k.separable = true;
+    for (int j = 0; j < size; ++j) {
+        k.u[j] = u[j];
+        k.v[j] = v[j];
         for (int i = 0; i < size; ++i) k.w[j * size + i] = u[j] * v[i];
+    }
     return k;
 }
 
@@ -65,16 +72,17 @@ bool fixedKernel(Op op, int size, Fixed& k) {
     static const int smooth3[] = {1, 2, 1}, smooth5[] = {1, 4, 6, 4, 1};
     static const int diff3[] = {-1, 0, 1}, diff5[] = {-1, -2, 0, 2, 1};
     static const int second3[] = {1, -2, 1}, second5[] = {1, 0, -2, 0, 1};
+    static const int ones[] = {1, 1, 1, 1, 1}, scharr[] = {3, 10, 3};
     const bool five = size == 5;
     if (size != 3 && size != 5) return false;
     const int* smooth = five ? smooth5 : smooth3;
     const int* diff = five ? diff5 : diff3;
     const int* second = five ? second5 : second3;
     switch (op) {
-        case Op::PrewittVert: k = literal(3, {-1, 0, 1, -1, 0, 1, -1, 0, 1}); return !five;
-        case Op::PrewittHoriz: k = literal(3, {-1, -1, -1, 0, 0, 0, 1, 1, 1}); return !five;
-        case Op::ScharrVert: k = literal(3, {-3, 0, 3, -10, 0, 10, -3, 0, 3}); return !five;
-        case Op::ScharrHoriz: k = literal(3, {-3, -10, -3, 0, 0, 0, 3, 10, 3}); return !five;
+        case Op::PrewittVert: k = outer(3, ones, diff3, 1); return !five;
+        case Op::PrewittHoriz: k = outer(3, diff3, ones, 1); return !five;
+        case Op::ScharrVert: k = outer(3, scharr, diff3, 1); return !five;
+        case Op::ScharrHoriz: k = outer(3, diff3, scharr, 1); return !five;
         case Op::RobertsUp: k = literal(3, {0, 0, 0, 0, 0, 1, 0, -1, 0}); return !five;
         case Op::RobertsDown: k = literal(3, {0, 0, 0, 0, 1, 0, 0, 0, -1}); return !five;
         case Op::Sharpen: k = filled(3, -1, 16, 8); return !five;
@@ -85,7 +93,7 @@ bool fixedKernel(Op op, int size, Fixed& k) {
         case Op::SobelCross: k = outer(size, diff, diff, 1); return true;
         case Op::Gauss: k = outer(size, smooth, smooth, five ? 256 : 16); return true;
         case Op::Hipass: k = filled(size, -1, five ? 24 : 8, 1); return true;
-        case Op::Lowpass: k = filled(size, 1, 1, five ? 25 : 9); return true;
+        case Op::Lowpass: k = outer(size, ones, ones, five ? 25 : 9); return true;
         case Op::Laplace:
             k = five ? literal(5, {-1, -3, -4, -3, -1, -3, 0, 6, 0, -3, -4, 6, 20, 6, -4, -3, 0, 6, 0, -3, -1, -3, -4, -3, -1})
                      : literal(3, {0, -1, 0, -1, 4, -1, 0, -1, 0});
@@ -170,6 +178,38 @@ ZkrStatus runLinear(FilterJob j, const K* kernel, int kw, int kh, int ax, int ay
     return runBands(j, kernels().linear[int(pathOf<S, D, A>())]);
 }
 
+// Separate an integer outer product when its row and column passes take fewer taps than the
+// direct sum (with two taps' worth for the ring's extra row pass): 5x5 kernels and the 3x3 smoothers.
+bool worthSeparating(const Fixed& k) {
+    if (!k.separable) return false;
+    int direct = 0, row = 0, column = 0;
+    for (int i = 0; i < k.size * k.size; ++i) direct += k.w[i] != 0;
+    for (int i = 0; i < k.size; ++i) row += k.v[i] != 0, column += k.u[i] != 0;
+    return row + column + 2 < direct;
+}
+
+// A separable fixed kernel, centred, over the 32-bit integer path.
+template <class S, class D> ZkrStatus runSeparable(FilterJob j, const Fixed& k) {
+    int dx[5];
+    std::int32_t rw[5], cw[5];
+    int taps = 0;
+    for (int i = 0; i < k.size; ++i) {
+        cw[i] = k.u[i];
+        if (k.v[i] == 0) continue;
+        dx[taps] = i - k.size / 2;
+        rw[taps++] = k.v[i];
+    }
+    j.rowTaps = taps;
+    j.rdx = dx;
+    j.rw = rw;
+    j.colTaps = k.size;
+    j.colTop = -(k.size / 2);
+    j.cw = cw;
+    j.divisor = k.divisor;
+    j.round = zkrRndNear;
+    return runBands(j, kernels().separable[int(pathOf<S, D, std::int32_t>())]);
+}
+
 ZkrStatus checkKernel(int kw, int kh, int ax, int ay) {
     if (kw <= 0 || kh <= 0 || std::int64_t(kw) * kh > kMaxTaps) return zkrStsMaskSizeErr;
     if (ax < 0 || ay < 0 || ax >= kw || ay >= kh) return zkrStsAnchorErr;
@@ -216,6 +256,8 @@ template <Op op, class S, class D, Layout L> ZkrStatus runMask(FilterJob j, Zkri
         Fixed k;
         if (mask.width != mask.height || !fixedKernel(op, mask.width, k)) return zkrStsMaskSizeErr;
         using A = std::conditional_t<std::is_floating_point_v<D>, float, std::int32_t>;
+        if constexpr (std::is_same_v<A, std::int32_t>)
+            if (worthSeparating(k)) return runSeparable<S, D>(j, k);
         return runLinear<S, D, A>(j, k.w, k.size, k.size, k.size / 2, k.size / 2, k.divisor, zkrRndNear);
     }
 }

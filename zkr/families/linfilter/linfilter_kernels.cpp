@@ -135,43 +135,93 @@ template <class D, class A> ZKR_NOINLINE void floatInto(D* __restrict out, const
     for (int i = 0; i < n; ++i) out[i] = D(acc[i] / divisor);
 }
 
+// Adds the taps k0 .. k1 of offsets dx (pixels) and weights w to the row of sums, four a pass.
+template <class A, class S>
+void addTaps(A* s, const S* const* rows, const int* dx, const A* w, int k0, int k1, int ch, int n) {
+    auto p = [&](int k) { return rows[k] + std::ptrdiff_t(dx ? dx[k] : 0) * ch; };
+    int k = k0;
+    for (; k + 4 <= k1; k += 4) tap4(s, p(k), p(k + 1), p(k + 2), p(k + 3), w[k], w[k + 1], w[k + 2], w[k + 3], n);
+    if (k1 - k == 3) tap3(s, p(k), p(k + 1), p(k + 2), w[k], w[k + 1], w[k + 2], n);
+    else if (k1 - k == 2) tap2(s, p(k), p(k + 1), w[k], w[k + 1], n);
+    else if (k1 - k == 1) tap1(s, p(k), w[k], n);
+}
+
+// Divides, rounds and saturates (or stores) a row of sums; q is room for the quotients of 32-bit
+// sums into integers.
+template <class D, class A> void finishRow(const FilterJob& j, D* out, A* s, double* q, int n) {
+    if constexpr (!std::is_floating_point_v<D>) {
+        if constexpr (std::is_same_v<A, double>) {
+            if (j.divisor != 1) divideInPlace(s, double(j.divisor), n);
+            roundByMode(out, s, j.round, n);
+        } else if (j.divisor != 1) {
+            divideInto(q, s, double(j.divisor), n);
+            roundByMode(out, q, j.round, n);
+        } else {
+            saturateInto(out, s, n);
+        }
+    } else if (j.divisor != 1) {
+        floatInto(out, s, A(j.divisor), n);
+    } else {
+        copyInto(out, s, n);
+    }
+}
+
 template <class S, class D, class A> bool linearRows(const FilterJob& j, int y0, int y1) {
     const int n = j.width * j.channels;
     const bool direct = j.active == j.channels;
     constexpr bool intOut = !std::is_floating_point_v<D>;
-    const bool quotients = intOut && (std::is_same_v<A, double> || j.divisor != 1);
+    const bool quotients = intOut && !std::is_same_v<A, double> && j.divisor != 1;
     Scratch<A> acc{std::size_t(n)};
-    Scratch<double> q{quotients && !std::is_same_v<A, double> ? std::size_t(n) : std::size_t(0)};
+    Scratch<double> q{quotients ? std::size_t(n) : std::size_t(0)};
     Scratch<D> line{direct ? std::size_t(0) : std::size_t(n)};
-    if (!acc || !q || !line) return false;
+    Scratch<const S*> rows{std::size_t(j.taps)};
+    if (!acc || !q || !line || !rows) return false;
     const A* w = static_cast<const A*>(j.weights);
     A* s = acc.get();
     for (int y = y0; y < y1; ++y) {
+        for (int k = 0; k < j.taps; ++k) rows.get()[k] = rowOf<S>(j.src, j.srcStep, y + j.dy[k]);
         zeroRow(s, n);
-        int k = 0;
-        for (; k + 4 <= j.taps; k += 4)
-            tap4(s, tapRow<S>(j, y, k), tapRow<S>(j, y, k + 1), tapRow<S>(j, y, k + 2), tapRow<S>(j, y, k + 3), w[k],
-                 w[k + 1], w[k + 2], w[k + 3], n);
-        if (j.taps - k == 3) tap3(s, tapRow<S>(j, y, k), tapRow<S>(j, y, k + 1), tapRow<S>(j, y, k + 2), w[k], w[k + 1], w[k + 2], n);
-        else if (j.taps - k == 2) tap2(s, tapRow<S>(j, y, k), tapRow<S>(j, y, k + 1), w[k], w[k + 1], n);
-        else if (j.taps - k == 1) tap1(s, tapRow<S>(j, y, k), w[k], n);
+        addTaps(s, rows.get(), j.dx, w, 0, j.taps, j.channels, n);
         D* d = rowOf<D>(j.dst, j.dstStep, y);
-        D* out = direct ? d : line.get();
-        if constexpr (intOut) {
-            if constexpr (std::is_same_v<A, double>) {
-                if (j.divisor != 1) divideInPlace(s, double(j.divisor), n);
-                roundByMode(out, s, j.round, n);
-            } else if (j.divisor != 1) {
-                divideInto(q.get(), s, double(j.divisor), n);
-                roundByMode(out, q.get(), j.round, n);
-            } else {
-                saturateInto(out, s, n);
-            }
-        } else if (j.divisor != 1) {
-            floatInto(out, s, A(j.divisor), n);
-        } else {
-            copyInto(out, s, n);
-        }
+        finishRow(j, direct ? d : line.get(), s, q.get(), n);
+        if (!direct) storeKeepAlpha(d, line.get(), n);
+    }
+    return true;
+}
+
+// Separable integer kernels: the row pass of every source row the band reaches goes once into a
+// ring of colTaps rows, and each destination row sums its colTaps ring rows with the column
+// weights. Integer sums are exact, so the result is the direct sum's.
+template <class S, class D> bool separableRows(const FilterJob& j, int y0, int y1) {
+    using A = std::int32_t;
+    const int n = j.width * j.channels, h = j.colTaps;
+    const bool direct = j.active == j.channels;
+    Scratch<A> ring{std::size_t(h) * std::size_t(n)}, acc{std::size_t(n)};
+    Scratch<double> q{j.divisor != 1 ? std::size_t(n) : std::size_t(0)};
+    Scratch<D> line{direct ? std::size_t(0) : std::size_t(n)};
+    Scratch<const S*> srcRows{std::size_t(j.rowTaps)};
+    Scratch<const A*> ringRows{std::size_t(h)};
+    Scratch<A> colWeights{std::size_t(h)};
+    if (!ring || !acc || !q || !line || !srcRows || !ringRows || !colWeights) return false;
+    const int first = y0 + j.colTop;  // the band's first source row; ring slot of row r: (r - first) % h
+    auto slot = [&](int r) { return ring.get() + std::size_t((r - first) % h) * std::size_t(n); };
+    auto rowPass = [&](int r) {
+        A* out = slot(r);
+        for (int k = 0; k < j.rowTaps; ++k) srcRows.get()[k] = rowOf<S>(j.src, j.srcStep, r);
+        zeroRow(out, n);
+        addTaps(out, srcRows.get(), j.rdx, j.rw, 0, j.rowTaps, j.channels, n);
+    };
+    for (int r = first; r < first + h - 1; ++r) rowPass(r);
+    for (int y = y0; y < y1; ++y) {
+        rowPass(y + j.colTop + h - 1);
+        int used = 0;
+        for (int k = 0; k < h; ++k)
+            if (j.cw[k] != 0) ringRows.get()[used] = slot(y + j.colTop + k), colWeights.get()[used++] = j.cw[k];
+        A* s = acc.get();
+        zeroRow(s, n);
+        addTaps(s, ringRows.get(), static_cast<const int*>(nullptr), colWeights.get(), 0, used, j.channels, n);
+        D* d = rowOf<D>(j.dst, j.dstStep, y);
+        finishRow(j, direct ? d : line.get(), s, q.get(), n);
         if (!direct) storeKeepAlpha(d, line.get(), n);
     }
     return true;
@@ -353,6 +403,10 @@ constexpr Kernels makeKernels() {
     ks.linear[int(Path::U16_F64)] = &linearRows<Zkr16u, Zkr16u, double>;
     ks.linear[int(Path::S16_F64)] = &linearRows<Zkr16s, Zkr16s, double>;
     ks.linear[int(Path::F64_F64)] = &linearRows<Zkr64f, Zkr64f, double>;
+    ks.separable[int(Path::U8_I32)] = &separableRows<Zkr8u, Zkr8u>;
+    ks.separable[int(Path::U16_I32)] = &separableRows<Zkr16u, Zkr16u>;
+    ks.separable[int(Path::S16_I32)] = &separableRows<Zkr16s, Zkr16s>;
+    ks.separable[int(Path::U8S16_I32)] = &separableRows<Zkr8u, Zkr16s>;
     fillMedians<Zkr8u>(ks, MType::U8);
     fillMedians<Zkr16u>(ks, MType::U16);
     fillMedians<Zkr16s>(ks, MType::S16);

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "levels.h"
 #include "zkrcore.h"
@@ -46,6 +47,16 @@ struct FilterJob {
     // `round` (ZkrRoundMode), then saturated; 32f destinations divide without rounding.
     int divisor = 1;
     int round = zkrRndNear;
+    // Separable integer kernels (the taps above unused): a row pass of `rowTaps` taps (column offsets
+    // rdx, weights rw) over every source row the window reaches, then a column pass over
+    // `colTaps` consecutive rows starting colTop rows from the destination row, weights cw (some
+    // may be 0). Weights are 32-bit integers.
+    int rowTaps = 0;
+    const int* rdx = nullptr;
+    const std::int32_t* rw = nullptr;
+    int colTaps = 0;
+    int colTop = 0;
+    const std::int32_t* cw = nullptr;
     // Decimation: the factor and the source ROI it reads.
     int factor = 1;
 };
@@ -55,6 +66,7 @@ using FilterFn = bool (*)(const FilterJob& job, int y0, int y1);
 
 struct Kernels {
     FilterFn linear[int(Path::Count)];
+    FilterFn separable[int(Path::Count)];  // the 32-bit integer paths only
     FilterFn median[int(MType::Count)][int(MSize::Count)];
     FilterFn colour[int(MType::Count)];
     FilterFn decimateRow;     // 8u
