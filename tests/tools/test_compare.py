@@ -114,12 +114,27 @@ def test_bad_input_exits_2_naming_file_and_line(tmp_path):
     assert r.returncode == 2 and "absent.csv: no such file or directory" in r.stderr
 
 
-def test_console_table_lists_every_line_unless_asked(capsys):
-    _, out, _ = run(capsys, data("repeat5.csv"), data("single.csv"))
-    header = out.splitlines()[0].split()
-    assert header[:4] == ["line", "module", "base", "contender"]
-    assert sum(1 for line in out.splitlines() if line.startswith("zkriAdd_")) == 4
-    _, out, _ = run(capsys, data("repeat5.csv"), data("repeat5.csv"), "--only-changed")
-    assert not any(line.startswith("zkriAdd_") for line in out.splitlines())
-    _, out, _ = run(capsys, data("repeat5.csv"), data("repeat5.csv"), "-q")
-    assert out.startswith("Geometric mean")
+def test_console_summary_first_narrow_table_changed_lines_first(capsys, tmp_path):
+    base = write_runs(tmp_path / "b.csv", [[("zkriAdd_8u_C1R", "64x64", "1.0"), ("zkriAdd_8u_C1R", "96x96", "1.0"),
+                                            ("zkriAdd_8u_C1R", "128x128", "1.0")]] * 5)
+    cont = write_runs(tmp_path / "c.csv", [[("zkriAdd_8u_C1R", "64x64", "1.0"), ("zkriAdd_8u_C1R", "96x96", "1.1"),
+                                            ("zkriAdd_8u_C1R", "128x128", "1.5")]] * 5)
+    _, out, _ = run(capsys, base, cont)
+    lines = out.splitlines()
+    assert lines[0].startswith("Verdicts: faster 0, slower 2, same 1")
+    table = lines[[i for i, l in enumerate(lines) if l.split()[:1] == ["line"]][0]:]
+    assert table[0].split() == ["line", "change", "verdict", "base", "contender"]
+    # Changed lines first, the largest change first; the narrow table stays narrow.
+    assert [l.split()[1] for l in table[1:]] == ["128x128", "96x96", "64x64"]
+    assert max(len(l) for l in table) < 80
+    _, out, _ = run(capsys, base, cont, "--full")
+    header = [l for l in out.splitlines() if l.startswith("line")][0].split()
+    assert header[:4] == ["line", "module", "base", "contender"] and "p corrected" in " ".join(header)
+    _, out, _ = run(capsys, base, cont, "--only-changed")
+    assert sum(1 for l in out.splitlines() if l.startswith("zkriAdd_")) == 2
+    _, out, _ = run(capsys, base, cont, "-q")
+    assert out.startswith("Verdicts:") and not any(l.startswith("zkriAdd_") for l in out.splitlines())
+    run(capsys, base, cont, "--md", tmp_path / "o.md")
+    md = (tmp_path / "o.md").read_text()
+    assert md.startswith("| verdict | lines |")
+    assert md.index("zkriAdd_8u_C1R 128x128") < md.index("zkriAdd_8u_C1R 96x96") < md.index("zkriAdd_8u_C1R 64x64")

@@ -16,8 +16,8 @@ def parse_args(argv):
     p = argparse.ArgumentParser(
         prog="quillmark-compare",
         description="Compare two sets of Quillmark result tables line by line. Each argument is a "
-                    "result table (-r/-R csv; runs appended with -R are several samples of each line) "
-                    "or a directory of them.",
+                    "result table (-r/-R csv; runs appended with -R are several samples of each line), "
+                    "a JSON result document (-j), or a directory of them (shards of one selection merge).",
         epilog="Exit status: 0 no significant slowdown, 1 a line slower beyond --fail-above, 2 bad input.")
     p.add_argument("baseline")
     p.add_argument("contender")
@@ -35,6 +35,9 @@ def parse_args(argv):
     p.add_argument("--csv", metavar="FILE", help="also write the comparison as csv")
     p.add_argument("--markdown", "--md", metavar="FILE", help="also write the comparison as Markdown")
     p.add_argument("--only-changed", action="store_true", help="console table: changed and noisy lines only")
+    p.add_argument("--full", action="store_true",
+                   help="console table with every column (spreads, sample counts, test, p-values) instead of "
+                        "the narrow one (line, change, verdict, figures)")
     p.add_argument("-q", "--quiet", action="store_true", help="console: summary only")
     return p.parse_args(argv)
 
@@ -119,20 +122,52 @@ def _counts(cmp):
     return [(v, cmp.counts.get(v, 0)) for v in stats.VERDICTS]
 
 
-def render_console(cmp, base_lines, cont_lines, only_changed=False, quiet=False):
+# Changed lines first, the largest changes first among them; unchanged lines keep their order.
+_VERDICT_ORDER = {stats.SLOWER: 0, stats.FASTER: 1, stats.NOISY: 2, stats.SAME: 3}
+
+
+def ordered_rows(cmp):
+    return sorted(cmp.rows, key=lambda r: (_VERDICT_ORDER.get(r[1].verdict, 4),
+                                           0 if r[1].verdict == stats.SAME else -abs(r[1].ratio - 1.0)))
+
+
+NARROW = ("line", "change", "verdict", "base", "contender")
+
+
+def _table(rows, right):
+    widths = [max(len(r[i]) for r in rows) for i in range(len(rows[0]))]
+    return "".join("  ".join(c.rjust(w) if i in right else c.ljust(w) for i, (c, w) in enumerate(zip(r, widths))).rstrip()
+                   + "\n" for r in rows)
+
+
+def render_summary(cmp):
     out = io.StringIO()
-    if not quiet:
-        cells = [COLUMNS]
-        for line, j in cmp.rows:
-            if only_changed and j.verdict == stats.SAME:
-                continue
-            cells.append(row_cells(line, j, len(base_lines[line.key].figures()),
-                                   len(cont_lines[line.key].figures())))
-        widths = [max(len(r[i]) for r in cells) for i in range(len(COLUMNS))]
-        for r in cells:
-            out.write("  ".join(c.ljust(w) if i in (0, 1, 10, 11) else c.rjust(w)
-                                for i, (c, w) in enumerate(zip(r, widths))).rstrip() + "\n")
-        out.write("\n")
+    out.write("Verdicts: " + ", ".join(f"{v} {n}" for v, n in _counts(cmp)) +
+              f"; baseline only {len(cmp.only_base)}, contender only {len(cmp.only_contender)}\n")
+    out.write(f"Overall geometric mean: {cmp.overall() or 0:.3f} ({_change(cmp.overall())}) over "
+              f"{len(cmp.rows)} lines\n")
+    if cmp.tested:
+        out.write(cmp.correction_note() + "\n")
+    by_accuracy = sum(1 for _, j in cmp.rows if j.method == "accuracy")
+    if by_accuracy:
+        out.write(f"{by_accuracy} of {len(cmp.rows)} lines had too few samples for the rank test and were "
+                  "judged by their figures and accuracy alone; 4 or more runs per side (-R) give a test.\n")
+    for title, attr in (("Geometric mean of contender/baseline per base", "base"),
+                        ("per module", "module")):
+        out.write(title + ":\n")
+        for name, (g, n) in sorted(cmp.geomeans(attr).items()):
+            out.write(f"  {name:<24} {g:8.3f}  {_change(g):>8}  ({n} lines)\n")
+    return out.getvalue()
+
+
+def render_console(cmp, base_lines, cont_lines, only_changed=False, quiet=False, full=False):
+    """Summary first; then, unless quiet, the lines without a partner and the table of matched lines,
+    changed lines first: narrow (line, change, verdict, figures) or, with full, every column."""
+    out = io.StringIO()
+    out.write(render_summary(cmp))
+    if quiet:
+        return out.getvalue()
+    out.write("\n")
     for title, lines in (("Baseline only", cmp.only_base), ("Contender only", cmp.only_contender),
                          ("No figure on either side", cmp.no_figure)):
         if lines:
@@ -140,21 +175,15 @@ def render_console(cmp, base_lines, cont_lines, only_changed=False, quiet=False)
             for line in lines:
                 out.write(f"  {line.label()}\n")
             out.write("\n")
-    for title, attr in (("Geometric mean of contender/baseline per base", "base"),
-                        ("per module", "module")):
-        out.write(title + ":\n")
-        for name, (g, n) in sorted(cmp.geomeans(attr).items()):
-            out.write(f"  {name:<24} {g:8.3f}  {_change(g):>8}  ({n} lines)\n")
-    out.write(f"Overall geometric mean: {cmp.overall() or 0:.3f} ({_change(cmp.overall())}) over "
-              f"{len(cmp.rows)} lines\n")
-    out.write("Verdicts: " + ", ".join(f"{v} {n}" for v, n in _counts(cmp)) +
-              f"; baseline only {len(cmp.only_base)}, contender only {len(cmp.only_contender)}\n")
-    if cmp.tested:
-        out.write(cmp.correction_note() + "\n")
-    by_accuracy = sum(1 for _, j in cmp.rows if j.method == "accuracy")
-    if by_accuracy:
-        out.write(f"{by_accuracy} of {len(cmp.rows)} lines had too few samples for the rank test and were "
-                  "judged by their figures and accuracy alone; 4 or more runs per side (-R) give a test.\n")
+    cells = [COLUMNS if full else NARROW]
+    for line, j in ordered_rows(cmp):
+        if only_changed and j.verdict == stats.SAME:
+            continue
+        if full:
+            cells.append(row_cells(line, j, len(base_lines[line.key].figures()), len(cont_lines[line.key].figures())))
+        else:
+            cells.append([line.label(), _change(j.ratio), j.verdict, _fig(j.base), _fig(j.contender)])
+    out.write(_table(cells, {2, 3, 4, 5, 6, 7, 8, 9, 12, 13} if full else {1, 3, 4}))
     return out.getvalue()
 
 
@@ -177,9 +206,22 @@ def _median(line):
 
 
 def render_markdown(cmp, base_lines, cont_lines):
+    """Summary (verdicts, overall change, per base and module) first, then the lines, changed ones first."""
     out = io.StringIO()
-    out.write("| " + " | ".join(COLUMNS) + " |\n|" + "---|" * len(COLUMNS) + "\n")
-    for line, j in cmp.rows:
+    out.write("| verdict | lines |\n|---|---|\n")
+    for v, n in _counts(cmp):
+        out.write(f"| {v} | {n} |\n")
+    out.write(f"| baseline only | {len(cmp.only_base)} |\n| contender only | {len(cmp.only_contender)} |\n")
+    out.write(f"\nOverall geometric mean of contender/baseline: {cmp.overall() or 0:.3f} ({_change(cmp.overall())}) "
+              f"over {len(cmp.rows)} lines.\n")
+    if cmp.tested:
+        out.write("\n" + cmp.correction_note() + ".\n")
+    for title, attr in (("base", "base"), ("module", "module")):
+        out.write(f"\n| {title} | geometric mean | change | lines |\n|---|---|---|---|\n")
+        for name, (g, n) in sorted(cmp.geomeans(attr).items()):
+            out.write(f"| {name} | {g:.3f} | {_change(g)} | {n} |\n")
+    out.write("\n| " + " | ".join(COLUMNS) + " |\n|" + "---|" * len(COLUMNS) + "\n")
+    for line, j in ordered_rows(cmp):
         cells = row_cells(line, j, len(base_lines[line.key].figures()), len(cont_lines[line.key].figures()))
         if j.verdict in (stats.SLOWER, stats.FASTER):
             cells[10] = f"**{cells[10]}**"
@@ -188,16 +230,6 @@ def render_markdown(cmp, base_lines, cont_lines):
                          ("No figure on either side", cmp.no_figure)):
         if lines:
             out.write(f"\n{title}:\n\n" + "".join(f"- `{line.label()}`\n" for line in lines))
-    for title, attr in (("base", "base"), ("module", "module")):
-        out.write(f"\n| {title} | geometric mean | change | lines |\n|---|---|---|---|\n")
-        for name, (g, n) in sorted(cmp.geomeans(attr).items()):
-            out.write(f"| {name} | {g:.3f} | {_change(g)} | {n} |\n")
-    out.write("\n| verdict | lines |\n|---|---|\n")
-    for v, n in _counts(cmp):
-        out.write(f"| {v} | {n} |\n")
-    out.write(f"| baseline only | {len(cmp.only_base)} |\n| contender only | {len(cmp.only_contender)} |\n")
-    if cmp.tested:
-        out.write("\n" + cmp.correction_note() + ".\n")
     return out.getvalue()
 
 
@@ -212,7 +244,7 @@ def main(argv=None):
         print(f"quillmark-compare: {e}", file=sys.stderr)
         return EXIT_BAD_INPUT
     cmp = Comparison(base, contender, settings)
-    sys.stdout.write(render_console(cmp, base.lines, contender.lines, args.only_changed, args.quiet))
+    sys.stdout.write(render_console(cmp, base.lines, contender.lines, args.only_changed, args.quiet, args.full))
     try:
         if args.csv:
             write_csv(args.csv, cmp, base.lines, contender.lines)
