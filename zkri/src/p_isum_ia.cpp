@@ -1,10 +1,7 @@
 // TimiSum: the reductions of an image to one value per channel (Sum, Mean, Min, Max, MinMax,
-// MinIndx, MaxIndx, QualityIndex) over image sizes and, for float sums and means, the algorithm
-// hint. One test per library function of the family's table; every result lands in the module's
-// output variables, which the argument bag points to.
-#include <cstring>
-
-#include "qmmapiterator.h"
+// MinIndx, MaxIndx, QualityIndex) over image sizes. One test per library function of the family's
+// table; every result lands in the module's output variables, which the argument bag points to.
+// The float sums and means, which take an algorithm hint, are measured by TimiHint.
 #include "zkrcore.h"
 #include "zk.h"
 #include "zkfamily.h"
@@ -20,7 +17,6 @@ struct zkSumArgs : zkImageArgs {
     void* pIndexX = nullptr;
     void* pIndexY = nullptr;
     void* pQuality = nullptr;
-    ZkrHintAlgorithm hint = zkrAlgHintAccurate;
 };
 
 // Output variables: written by every timed call.
@@ -32,15 +28,10 @@ Zkr32f s_quality[4];
 zkSumArgs s_args;
 zkImageData s_data;
 
-// The algorithm of float sums and means; the parameter exists for those functions only.
-qmMapIterator<int> s_hint(zkrAlgHintAccurate, "hint", "Algorithm hint of float sums",
-                          {{"fast", zkrAlgHintFast}, {"accurate", zkrAlgHintAccurate}});
-
 class TimiSum : public zkImageTest {
 public:
-    TimiSum(qmCallEntry call, qmLoopEntry loop, qmStatEntry stat, const char* func, const char* form)
-        : zkImageTest(call, loop, stat, func, __FILE__, "TimiSum//ZK_REG", s_data),
-          m_hasHint(std::strstr(form, "_hint") != nullptr) {
+    TimiSum(qmCallEntry call, qmLoopEntry loop, qmStatEntry stat, const char* func)
+        : zkImageTest(call, loop, stat, func, __FILE__, "TimiSum//ZK_REG", s_data) {
         s_data.args = &s_args;
         s_args.pSum = s_sum;
         s_args.pMean = s_mean;
@@ -50,23 +41,6 @@ public:
         s_args.pIndexY = s_indexY;
         s_args.pQuality = s_quality;
     }
-
-    bool canStart() override {
-        if (!zkImageTest::canStart()) return false;
-        if (m_hasHint) {
-            s_hint.translate("fast; accurate");
-            addParameter(&s_hint);
-        }
-        return true;
-    }
-
-    bool initData() override {
-        s_args.hint = m_hasHint ? ZkrHintAlgorithm(s_hint.value()) : zkrAlgHintNone;
-        return zkImageTest::initData();
-    }
-
-private:
-    bool m_hasHint;
 };
 
 }  // namespace
@@ -74,6 +48,4 @@ private:
 #define ZK_FAMILY_TABLE "sum/sum.tbl"
 #define ZK_FAMILY_TEST TimiSum
 #define ZK_FAMILY_ARGS s_args
-#define ZK_FAMILY_REGISTER(name, form, ...) \
-    qmRegTest(new TimiSum(&tcall_##name, &tim_##name##_loop, &tim_##name##_stat, #name, #form))
 #include "zkfamily.inc"

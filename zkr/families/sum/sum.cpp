@@ -1,4 +1,4 @@
-// The exported functions of the Sum family, defined from its table: each row
+// The exported functions of the Sum family, defined from its tables: each row
 // packs its parameters and hands them to one generic entry point, which
 // checks the arguments, reduces the image chunk by chunk with the kernels of
 // the level in force (chunks spread over the worker threads), then merges the
@@ -173,4 +173,5 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
         return zkr::sum::run<zkr::sum::Op::op, zkr::Layout::L>(args);      \
     }
 #include "sum/sum.tbl"
+#include "sum/hint.tbl"
 #undef ZKR_FN
