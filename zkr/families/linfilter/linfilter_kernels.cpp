@@ -300,40 +300,68 @@ template <class T, MSize size> bool medianRows(const FilterJob& j, int y0, int y
 
 // Colour median: the window pixel with the least sum of channel distances to all others (integers
 // exactly, 32f in double in the window's order), the first on ties; a NaN makes every sum NaN and
-// leaves the first pixel of the window.
+// leaves the first pixel of the window. Run across the row: the distance of every pair of window
+// positions at every pixel in one vectorised pass, added to both positions' rows of sums, then a
+// pass per position keeps the least sum and its position.
+template <class Dist> inline Dist distance(Dist a, Dist b) {
+    const Dist diff = a - b;
+    return diff < 0 ? -diff : diff;
+}
+
+// The channel count is a template parameter, so that the interleaved loads vectorise.
+template <int ch, class T, class Dist>
+ZKR_NOINLINE void pairDistances(Dist* __restrict dist, const T* __restrict a, const T* __restrict b, int w) {
+    for (int x = 0; x < w; ++x) {
+        const T* pa = a + x * ch;
+        const T* pb = b + x * ch;
+        Dist d = 0;
+        d += distance(Dist(pa[0]), Dist(pb[0]));
+        d += distance(Dist(pa[1]), Dist(pb[1]));
+        d += distance(Dist(pa[2]), Dist(pb[2]));
+        dist[x] = d;
+    }
+}
+
+template <class Dist> ZKR_NOINLINE void addDistances(Dist* __restrict sum, const Dist* __restrict dist, int w) {
+    for (int x = 0; x < w; ++x) sum[x] += dist[x];
+}
+
+template <class Dist>
+ZKR_NOINLINE void keepLeast(Dist* __restrict least, int* __restrict at, const Dist* __restrict sum, int position, int w) {
+    for (int x = 0; x < w; ++x) {
+        const bool less = sum[x] < least[x];
+        least[x] = less ? sum[x] : least[x];
+        at[x] = less ? position : at[x];
+    }
+}
+
 template <class T> bool colourRows(const FilterJob& j, int y0, int y1) {
-    using Dist = std::conditional_t<std::is_floating_point_v<T>, double, std::int64_t>;
-    const int m = j.taps, ch = j.channels;
+    using Dist = std::conditional_t<std::is_floating_point_v<T>, double, std::int32_t>;
+    const int m = j.taps, ch = j.channels, w = j.width;
     Scratch<const T*> rows{std::size_t(m)};
-    Scratch<Dist> sums{std::size_t(m)};
-    if (!rows || !sums) return false;
+    Scratch<Dist> sums{std::size_t(m) * std::size_t(w)}, dist{std::size_t(w)}, least{std::size_t(w)};
+    Scratch<int> at{std::size_t(w)};
+    if (!rows || !sums || !dist || !least || !at) return false;
+    auto sumOf = [&](int a) { return sums.get() + std::size_t(a) * std::size_t(w); };
     for (int y = y0; y < y1; ++y) {
         for (int k = 0; k < m; ++k) rows.get()[k] = tapRow<T>(j, y, k);
-        T* d = rowOf<T>(j.dst, j.dstStep, y);
-        for (int x = 0; x < j.width; ++x) {
-            const std::ptrdiff_t at = std::ptrdiff_t(x) * ch;
-            for (int a = 0; a < m; ++a) sums.get()[a] = 0;
-            // Each pair once: the distance adds to both ends' sums.
-            for (int a = 0; a < m; ++a) {
-                const T* pa = rows.get()[a] + at;
-                for (int b = a + 1; b < m; ++b) {
-                    const T* pb = rows.get()[b] + at;
-                    Dist dist = 0;
-                    for (int c = 0; c < 3; ++c) {
-                        const Dist diff = Dist(pa[c]) - Dist(pb[c]);
-                        dist += diff < 0 ? -diff : diff;
-                    }
-                    sums.get()[a] += dist;
-                    sums.get()[b] += dist;
-                }
+        zeroRow(sums.get(), m * w);
+        for (int a = 0; a < m; ++a)
+            for (int b = a + 1; b < m; ++b) {
+                if (ch == 3) pairDistances<3>(dist.get(), rows.get()[a], rows.get()[b], w);
+                else pairDistances<4>(dist.get(), rows.get()[a], rows.get()[b], w);
+                addDistances(sumOf(a), dist.get(), w);
+                addDistances(sumOf(b), dist.get(), w);
             }
-            int best = 0;
-            for (int a = 1; a < m; ++a)
-                if (sums.get()[a] < sums.get()[best]) best = a;
-            const T* from = rows.get()[best] + at;
-            d[at] = from[0];
-            d[at + 1] = from[1];
-            d[at + 2] = from[2];
+        copyInto(least.get(), sumOf(0), w);
+        for (int x = 0; x < w; ++x) at.get()[x] = 0;
+        for (int a = 1; a < m; ++a) keepLeast(least.get(), at.get(), sumOf(a), a, w);
+        T* d = rowOf<T>(j.dst, j.dstStep, y);
+        for (int x = 0; x < w; ++x) {
+            const T* from = rows.get()[at.get()[x]] + std::ptrdiff_t(x) * ch;
+            d[x * ch] = from[0];
+            d[x * ch + 1] = from[1];
+            d[x * ch + 2] = from[2];
         }
     }
     return true;
