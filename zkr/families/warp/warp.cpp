@@ -302,7 +302,7 @@ template <Op O, Layout L, class T, class A> ZkrStatus run(const A& a) {
     }
     const BandFn fn = kernels().band[int(ETypeOf<T>::id)][int(samplerOf(L))];
     forRowBands(std::int64_t(dr.width) * dr.height * job.planes, dr.height, [&](int y0, int y1) {
-        std::vector<double> scratch(2 * std::size_t(job.width));
+        std::vector<double> scratch(kScratch);
         fn(job, scratch.data(), y0, y1);
     });
     return zkrStsNoErr;

@@ -27,25 +27,25 @@ constexpr double kNowhere = -1e300;
 // Each loop writes the source point of pixel i of destination row yd relative to the ROI's origin:
 // straight loops over the row in double precision, which every level vectorises.
 
-ZKR_NOINLINE void pointsAffine(const Job& j, int yd, double* __restrict sx, double* __restrict sy) {
+ZKR_NOINLINE void pointsAffine(const Job& j, int yd, int x0, int n, double* __restrict sx, double* __restrict sy) {
     const double* c = j.c;
-    const double y = yd, x0 = j.dstX;
+    const double y = yd, xa = j.dstX + x0;
     const double bx = c[1] * y + c[2] - j.roiX, by = c[4] * y + c[5] - j.roiY;
     const double ax = c[0], ay = c[3];
-    for (int i = 0; i < j.width; ++i) {
-        const double x = x0 + i;
+    for (int i = 0; i < n; ++i) {
+        const double x = xa + i;
         sx[i] = ax * x + bx;
         sy[i] = ay * x + by;
     }
 }
 
-ZKR_NOINLINE void pointsPerspective(const Job& j, int yd, double* __restrict sx, double* __restrict sy) {
+ZKR_NOINLINE void pointsPerspective(const Job& j, int yd, int x0, int n, double* __restrict sx, double* __restrict sy) {
     const double* c = j.c;
-    const double y = yd, x0 = j.dstX;
+    const double y = yd, xa = j.dstX + x0;
     const double nx = c[1] * y + c[2], ny = c[4] * y + c[5], nw = c[7] * y + c[8];
     const double ox = j.roiX, oy = j.roiY;
-    for (int i = 0; i < j.width; ++i) {
-        const double x = x0 + i;
+    for (int i = 0; i < n; ++i) {
+        const double x = xa + i;
         const double w = c[6] * x + nw;
         // A zero denominator gives an infinity or NaN: outside, as the samplers test.
         sx[i] = (c[0] * x + nx) / w - ox;
@@ -53,13 +53,13 @@ ZKR_NOINLINE void pointsPerspective(const Job& j, int yd, double* __restrict sx,
     }
 }
 
-ZKR_NOINLINE void pointsBilinear(const Job& j, int yd, double* __restrict sx, double* __restrict sy) {
+ZKR_NOINLINE void pointsBilinear(const Job& j, int yd, int x0, int n, double* __restrict sx, double* __restrict sy) {
     const double* c = j.c;
-    const double y = yd, x0 = j.dstX;
+    const double y = yd, xa = j.dstX + x0;
     const double kx = c[0] * y + c[1], bx = c[2] * y + c[3] - j.roiX;
     const double ky = c[4] * y + c[5], by = c[6] * y + c[7] - j.roiY;
-    for (int i = 0; i < j.width; ++i) {
-        const double x = x0 + i;
+    for (int i = 0; i < n; ++i) {
+        const double x = xa + i;
         sx[i] = kx * x + bx;
         sy[i] = ky * x + by;
     }
@@ -120,31 +120,31 @@ void bilinearInverse(const Job& j, double u, double v, double& sx, double& sy) {
     }
 }
 
-ZKR_NOINLINE void pointsBilinearInv(const Job& j, int yd, double* sx, double* sy) {
-    for (int i = 0; i < j.width; ++i) bilinearInverse(j, double(j.dstX + i), double(yd), sx[i], sy[i]);
+ZKR_NOINLINE void pointsBilinearInv(const Job& j, int yd, int x0, int n, double* sx, double* sy) {
+    for (int i = 0; i < n; ++i) bilinearInverse(j, double(j.dstX + x0 + i), double(yd), sx[i], sy[i]);
 }
 
-ZKR_NOINLINE void pointsRemap(const Job& j, int y, double* __restrict sx, double* __restrict sy) {
-    const float* __restrict mx = rowOf<float>(j.xMap, j.xMapStep, y);
-    const float* __restrict my = rowOf<float>(j.yMap, j.yMapStep, y);
+ZKR_NOINLINE void pointsRemap(const Job& j, int y, int x0, int n, double* __restrict sx, double* __restrict sy) {
+    const float* __restrict mx = rowOf<float>(j.xMap, j.xMapStep, y) + x0;
+    const float* __restrict my = rowOf<float>(j.yMap, j.yMapStep, y) + x0;
     const double ox = j.roiX, oy = j.roiY;
-    for (int i = 0; i < j.width; ++i) {
+    for (int i = 0; i < n; ++i) {
         sx[i] = double(mx[i]) - ox;
         sy[i] = double(my[i]) - oy;
     }
 }
 
 // Pixels outside the destination quadrangle get no source point.
-ZKR_NOINLINE void clipToQuad(const Job& j, int yd, double* __restrict sx) {
+ZKR_NOINLINE void clipToQuad(const Job& j, int yd, int x0, int n, double* __restrict sx) {
     const double* q = j.quad;
     const double y = yd;
-    for (int i = 0; i < j.width; ++i) {
-        const double x = j.dstX + i;
+    for (int i = 0; i < n; ++i) {
+        const double x = j.dstX + x0 + i;
         bool in = true;
         for (int k = 0; k < 4; ++k) {
-            const double x0 = q[2 * k], y0 = q[2 * k + 1];
-            const double x1 = q[(2 * k + 2) % 8], y1 = q[(2 * k + 3) % 8];
-            in = in && (x1 - x0) * (y - y0) - (y1 - y0) * (x - x0) >= 0.0;
+            const double ax = q[2 * k], ay = q[2 * k + 1];
+            const double bx = q[(2 * k + 2) % 8], by = q[(2 * k + 3) % 8];
+            in = in && (bx - ax) * (y - ay) - (by - ay) * (x - ax) >= 0.0;
         }
         sx[i] = in ? sx[i] : kNowhere;
     }
@@ -171,8 +171,8 @@ inline int clampIndex(int i, int n) { return i < 0 ? 0 : (i >= n ? n - 1 : i); }
 
 // S components per pixel in memory, A of them processed.
 template <class T, int S, int A>
-ZKR_NOINLINE void sampleNearest(const Job& j, int p, const double* sx, const double* sy, T* __restrict d) {
-    for (int i = 0; i < j.width; ++i) {
+ZKR_NOINLINE void sampleNearest(const Job& j, int p, int n, const double* sx, const double* sy, T* __restrict d) {
+    for (int i = 0; i < n; ++i) {
         if (!insideRoi(j, sx[i], sy[i])) continue;
         const int ix = clampIndex(int(std::floor(sx[i] + 0.5)), j.roiW);
         const int iy = clampIndex(int(std::floor(sy[i] + 0.5)), j.roiH);
@@ -196,8 +196,8 @@ template <class T> inline float weighed(float acc, float w, float v) {
 }
 
 template <class T, int S, int A>
-ZKR_NOINLINE void sampleLinear(const Job& j, int p, const double* sx, const double* sy, T* __restrict d) {
-    for (int i = 0; i < j.width; ++i) {
+ZKR_NOINLINE void sampleLinear(const Job& j, int p, int n, const double* sx, const double* sy, T* __restrict d) {
+    for (int i = 0; i < n; ++i) {
         if (!insideRoi(j, sx[i], sy[i])) continue;
         const double fx = std::floor(sx[i]), fy = std::floor(sy[i]);
         const float tx = offsetOf(sx[i], fx), ty = offsetOf(sy[i], fy);
@@ -226,8 +226,8 @@ inline void cubicWeights(float t, float w[4]) {
 }
 
 template <class T, int S, int A>
-ZKR_NOINLINE void sampleCubic(const Job& j, int p, const double* sx, const double* sy, T* __restrict d) {
-    for (int i = 0; i < j.width; ++i) {
+ZKR_NOINLINE void sampleCubic(const Job& j, int p, int n, const double* sx, const double* sy, T* __restrict d) {
+    for (int i = 0; i < n; ++i) {
         if (!insideRoi(j, sx[i], sy[i])) continue;
         const double fx = std::floor(sx[i]), fy = std::floor(sy[i]);
         float wx[4], wy[4];
@@ -254,28 +254,38 @@ ZKR_NOINLINE void sampleCubic(const Job& j, int p, const double* sx, const doubl
     }
 }
 
-template <class T, int S, int A> void sample(const Job& j, int p, const double* sx, const double* sy, T* d) {
+template <class T, int S, int A> void sample(const Job& j, int p, int n, const double* sx, const double* sy, T* d) {
     switch (j.mode) {
-        case ZKRI_WARP_NN: sampleNearest<T, S, A>(j, p, sx, sy, d); break;
-        case ZKRI_WARP_LINEAR: sampleLinear<T, S, A>(j, p, sx, sy, d); break;
-        default: sampleCubic<T, S, A>(j, p, sx, sy, d); break;
+        case ZKRI_WARP_NN: sampleNearest<T, S, A>(j, p, n, sx, sy, d); break;
+        case ZKRI_WARP_LINEAR: sampleLinear<T, S, A>(j, p, n, sx, sy, d); break;
+        default: sampleCubic<T, S, A>(j, p, n, sx, sy, d); break;
     }
 }
 
+// The band in strips of kStrip destination columns, each walked down all the band's rows: a strip
+// reads a slanted strip of the source, whose rows the next destination row reads again, so the
+// source stays in the caches however far the mapping turns the image.
+constexpr int kStrip = 256;
+
 template <class T, int S, int A> void band(const Job& j, double* scratch, int y0, int y1) {
     double* sx = scratch;
-    double* sy = scratch + j.width;
-    for (int y = y0; y < y1; ++y) {
-        const int yd = j.dstY + y;
-        switch (j.map) {
-            case Map::Affine: pointsAffine(j, yd, sx, sy); break;
-            case Map::Perspective: pointsPerspective(j, yd, sx, sy); break;
-            case Map::Bilinear: pointsBilinear(j, yd, sx, sy); break;
-            case Map::BilinearInv: pointsBilinearInv(j, yd, sx, sy); break;
-            case Map::Remap: pointsRemap(j, y, sx, sy); break;
+    double* sy = scratch + kStrip;
+    static_assert(2 * kStrip <= kScratch);
+    for (int x0 = 0; x0 < j.width; x0 += kStrip) {
+        const int n = j.width - x0 < kStrip ? j.width - x0 : kStrip;
+        for (int y = y0; y < y1; ++y) {
+            const int yd = j.dstY + y;
+            switch (j.map) {
+                case Map::Affine: pointsAffine(j, yd, x0, n, sx, sy); break;
+                case Map::Perspective: pointsPerspective(j, yd, x0, n, sx, sy); break;
+                case Map::Bilinear: pointsBilinear(j, yd, x0, n, sx, sy); break;
+                case Map::BilinearInv: pointsBilinearInv(j, yd, x0, n, sx, sy); break;
+                case Map::Remap: pointsRemap(j, y, x0, n, sx, sy); break;
+            }
+            if (j.clip) clipToQuad(j, yd, x0, n, sx);
+            for (int p = 0; p < j.planes; ++p)
+                sample<T, S, A>(j, p, n, sx, sy, rowOf<T>(j.dst[p], j.dstStep, y) + std::ptrdiff_t(x0) * S);
         }
-        if (j.clip) clipToQuad(j, yd, sx);
-        for (int p = 0; p < j.planes; ++p) sample<T, S, A>(j, p, sx, sy, rowOf<T>(j.dst[p], j.dstStep, y));
     }
 }
 

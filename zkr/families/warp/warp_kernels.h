@@ -52,7 +52,8 @@ struct Job {
     double quad[8] = {};
 };
 
-// Destination rows [y0, y1) of the rectangle; `scratch` holds 2 * width doubles.
+// Destination rows [y0, y1) of the rectangle; `scratch` holds kScratch doubles.
+constexpr int kScratch = 512;
 using BandFn = void (*)(const Job& job, double* scratch, int y0, int y1);
 
 struct Kernels {
