@@ -1,5 +1,8 @@
 // Fills of an image: the vector kernels run row by row (row padding stays zero), the Jaehne fill
 // in its two-dimensional form on every channel.
+#include <algorithm>
+#include <cstring>
+
 #include "zkimage.h"
 #include "zkvectorfill.h"
 
@@ -41,14 +44,26 @@ bool zkImage::setSequence(double start, double step, double limit, bool wrap) {
     });
 }
 
-// One generator per plane, seeded by the plane's index (see zkVector::m_seed).
+// One generator per plane, seeded by the plane's index (see zkVector::m_seed). A plane beyond
+// zkfill::kRandomTileBytes draws its first rows up to that size and repeats them: an out-of-cache
+// image of a gigabyte took ten seconds to draw value by value and now takes a copy's time, and
+// no kernel's speed can depend on a repetition that far apart (it exceeds every cache, and every
+// branch predictor's history).
 bool zkImage::setRandom(double low, double high) {
     if (low > high) return false;
     std::mt19937 g(randomSeed(0));
     int current = 0;
+    const std::size_t rowBytes = static_cast<std::size_t>(getRowLen());
+    const int drawn = rowBytes == 0 ? m_height
+                                    : static_cast<int>(std::min<std::size_t>(
+                                          static_cast<std::size_t>(m_height),
+                                          (zkfill::kRandomTileBytes + rowBytes - 1) / rowBytes));
     return fillRows([&](auto* row, int n, int p) {
         if (p != current) g.seed(randomSeed(p)), current = p;
-        zkfill::random(row, n, g, low, high);
+        char* const plane = static_cast<char*>(m_planePtr[p]);
+        const long long y = (reinterpret_cast<char*>(row) - plane) / m_step;
+        if (y < drawn) zkfill::random(row, n, g, low, high);
+        else std::memcpy(row, plane + (y % drawn) * m_step, rowBytes);
     });
 }
 

@@ -175,6 +175,9 @@ double uniform(std::mt19937& g, double low, double high) {
         return std::floor(low + u * (high - low + 1));
 }
 
+// A random fill draws at most this many bytes of a row, plane or vector and repeats them beyond.
+inline constexpr std::size_t kRandomTileBytes = std::size_t(8) << 20;
+
 template <class T>
 void random(T* p, int n, std::mt19937& g, double low, double high) {
     using P = Part<T>;

@@ -1,4 +1,6 @@
 // The fills of a vector: each one a per-type kernel from zkvectorfill.h over the whole buffer.
+#include <algorithm>
+#include <cstring>
 #include "zkvector.h"
 #include "zkvectorfill.h"
 
@@ -94,5 +96,12 @@ bool zkVector::setRandom() {
 bool zkVector::setRandom(double low, double high) {
     if (!m_data || low > high) return false;
     std::mt19937 g(randomSeed(0));
-    return zkfill::dispatch(m_type, [&]<class T>() { zkfill::random(ptr<T>(), m_length, g, low, high); });
+    // Beyond zkfill::kRandomTileBytes the drawn part repeats (see zkImage::setRandom).
+    return zkfill::dispatch(m_type, [&]<class T>() {
+        const int tile = static_cast<int>(std::min<std::size_t>(static_cast<std::size_t>(m_length),
+                                                                zkfill::kRandomTileBytes / sizeof(T)));
+        zkfill::random(ptr<T>(), tile, g, low, high);
+        for (int done = tile; done < m_length; done += tile)
+            std::memcpy(ptr<T>() + done, ptr<T>(), static_cast<std::size_t>(std::min(tile, m_length - done)) * sizeof(T));
+    });
 }
