@@ -13,7 +13,7 @@
 namespace zkr::dct8x8 {
 namespace {
 
-enum class Kind { Fwd, Inv, InvLow, ToLow };
+enum class Kind { Fwd, Inv, InvLow, ToLow, InvA10, Zigzag, ZigzagInv };
 
 template <int N> void makeBasis(float (&b)[N][N]) {
     for (int u = 0; u < N; ++u)
@@ -45,7 +45,30 @@ template <class T> T toElem(float v, int lo, int hi) {
     }
 }
 
+// The zigzag order: z[i] is the block index of the i-th coefficient along the antidiagonals.
+struct ZigzagOrder {
+    int z[64];
+    constexpr ZigzagOrder() : z{} {
+        int i = 0;
+        for (int d = 0; d < 15; ++d)
+            for (int k = 0; k <= d; ++k) {
+                const int r = d % 2 == 0 ? d - k : k;  // even antidiagonals go up, odd ones down
+                const int c = d - r;
+                if (r < 8 && c < 8) z[i++] = r * 8 + c;
+            }
+    }
+};
+constexpr ZigzagOrder kZigzag{};
+
 template <class Ts, class Td, Kind kind, int n, class A> ZkrStatus run(const A& a) {
+    if constexpr (kind == Kind::Zigzag || kind == Kind::ZigzagInv) {
+        if (const ZkrStatus s = checkPointers({a.pSrc, a.pDst}); s != zkrStsNoErr) return s;
+        for (int i = 0; i < 64; ++i) {
+            if constexpr (kind == Kind::Zigzag) a.pDst[i] = a.pSrc[kZigzag.z[i]];
+            else a.pDst[kZigzag.z[i]] = a.pSrc[i];
+        }
+        return zkrStsNoErr;
+    }
     const Ts* src;
     Td* dst;
     std::ptrdiff_t sStep = 8 * sizeof(Ts), dStep = 8 * sizeof(Td);
@@ -68,7 +91,8 @@ template <class Ts, class Td, Kind kind, int n, class A> ZkrStatus run(const A& 
             return s;
         dStep = a.dstStep;
     }
-    int lo = std::is_same_v<Td, Zkr8u> ? 0 : -32768, hi = std::is_same_v<Td, Zkr8u> ? 255 : 32767;
+    int lo = std::is_same_v<Td, Zkr8u> ? 0 : (kind == Kind::InvA10 ? -512 : -32768);
+    int hi = std::is_same_v<Td, Zkr8u> ? 255 : (kind == Kind::InvA10 ? 511 : 32767);
     float add = 0.0f, addOut = 0.0f;
     if constexpr (requires { a.clipMin; }) {
         if (a.clipMin > a.clipMax) return zkrStsBadArgErr;
@@ -86,7 +110,7 @@ template <class Ts, class Td, Kind kind, int n, class A> ZkrStatus run(const A& 
     const Kernels& k = kernels();
     int side = 8;
     if constexpr (kind == Kind::Fwd) k.fwd(bases(), in, out);
-    else if constexpr (kind == Kind::Inv || kind == Kind::InvLow) k.inv(bases(), in, out, n);
+    else if constexpr (kind == Kind::Inv || kind == Kind::InvLow || kind == Kind::InvA10) k.inv(bases(), in, out, n);
     else {
         k.toLow(bases(), in, out, n);
         side = n;
@@ -107,4 +131,6 @@ template <class Ts, class Td, Kind kind, int n, class A> ZkrStatus run(const A& 
         return zkr::dct8x8::run<Ts, Td, zkr::dct8x8::Kind::kind, n>(args);        \
     }
 #include "dct8x8/dct8x8.tbl"
+#include "dct8x8/dct8x8a10.tbl"
+#include "dct8x8/zigzag.tbl"
 #undef ZKR_FN
