@@ -309,3 +309,22 @@ TEST_F(Image, DescriptionNamesSizeTypeLayoutAndStep) {
     EXPECT_EQ(im.objectSize(), 3 * 480 * 2560);
 }
 
+
+// ---------------------------------------------------------------- large random fills
+
+// Beyond 8 MB a plane repeats its drawn rows (out-of-cache images fill at a copy's speed): the rows
+// up to that size differ, every later row equals the drawn row it repeats, padding stays zero.
+TEST_F(Image, LargeRandomPlaneRepeatsItsFirstEightMegabytes) {
+    zkImage im(zkFunc("zkriAdd_8u_C1RSfs"), zkSrc);
+    const int w = 4099, h = 4100;  // rows of 4112 bytes with padding; 2041 rows drawn
+    ASSERT_TRUE(im.createImage({w, h}));
+    ASSERT_TRUE(im.setRandom(0, 255));
+    const auto row = [&](int y) { return static_cast<const unsigned char*>(im.data()) + std::size_t(y) * im.step(); };
+    const int drawn = int(((8u << 20) + w - 1) / w);
+    EXPECT_NE(std::memcmp(row(0), row(drawn - 1), w), 0);
+    EXPECT_NE(std::memcmp(row(drawn - 1), row(drawn), w), 0) << "the last drawn row is not repeated early";
+    for (int y : {drawn, drawn + 1, 2 * drawn - 1, h - 1})
+        EXPECT_EQ(std::memcmp(row(y), row(y % drawn), w), 0) << "row " << y;
+    for (int y : {0, drawn, h - 1})
+        for (int x = w; x < im.step(); ++x) ASSERT_EQ(row(y)[x], 0) << "padding of row " << y;
+}

@@ -336,3 +336,16 @@ TEST_F(Vector, PrintersUseTheTypeFormats) {
     i.createVector(2, SET_SEQUENCE, -1, 1);
     EXPECT_EQ(i.vectorStringCplx(), " -1 0");  // a real vector prints as real
 }
+
+// Beyond 8 MB a vector repeats its drawn part; the part itself is random.
+TEST_F(Vector, LargeRandomVectorRepeatsItsFirstEightMegabytes) {
+    zkVector v(zk32f);
+    const int tile = (8 << 20) / 4, n = 2 * tile + 1000;
+    v.createVector(n);
+    ASSERT_TRUE(v.setRandom(-1, 1));
+    const Zkr32f* p = v.ptr<Zkr32f>();
+    EXPECT_NE(p[0], p[1]);
+    EXPECT_NE(p[tile - 1], p[tile - 2]);
+    EXPECT_EQ(std::memcmp(p, p + tile, std::size_t(tile) * 4), 0);
+    EXPECT_EQ(std::memcmp(p, p + 2 * tile, 1000 * 4), 0);
+}
