@@ -6,7 +6,7 @@
 set -euo pipefail
 need=()
 if ! /usr/bin/convert -version 2>/dev/null | grep -q ImageMagick; then need+=(imagemagick); fi
-for pkg in cmake libgtest-dev libbenchmark-dev python3-scipy python3-statsmodels python3-matplotlib python3-pytest ccache ninja-build clang libclang-rt-14-dev; do
+for pkg in cmake libgtest-dev libbenchmark-dev python3-scipy python3-statsmodels python3-matplotlib python3-pytest python3-jsonschema ccache ninja-build clang libclang-rt-14-dev; do
   dpkg -s "$pkg" >/dev/null 2>&1 || need+=("$pkg")
 done
 if [ ${#need[@]} -gt 0 ]; then

@@ -75,6 +75,8 @@ public:
     virtual qmString regInfo();
     virtual void putTableParms();
     virtual void putTableResult(qmResult r);
+    // The JSON record (-j) of the result row just filled in the table stream.
+    std::string jsonRecord(qmResult r);
     virtual void putTextParms();
     virtual void putTextParms(MessageLevel level);
     virtual void loopData();

@@ -6,6 +6,7 @@
 #include "qmcacheiterator.h"
 #include "qmclock.h"
 #include "qmistream.h"
+#include "qmjson.h"
 #include "qmmemory.h"
 #include "qmparameter.h"
 #include "qmsession.h"
@@ -151,7 +152,44 @@ void qmTest::resultToCstrm(qmResult r) {
 void qmTest::putTableResult(qmResult r) {
     putTableParms();
     resultToCstrm(r);
+    if (g_json.active()) g_json.addRecord(jsonRecord(r));
     g_cstrm.lineOut(m_numParmsColm + m_numResultColm);
+}
+
+// The JSON record of the row just filled: the same texts as the table's cells for the function and
+// its parameters (so that readers match a line across both forms), numbers as numbers.
+std::string qmTest::jsonRecord(qmResult r) {
+    using qmJson::number;
+    using qmJson::quote;
+    qmString cells[kFuncColumns];
+    for (int i = 0; i < kFuncColumns; ++i) g_cstrm.getColm(i, cells[i]);
+    std::vector<std::string> params;
+    int col = kFuncColumns;
+    for (qmParameter* p : m_parms) {
+        if (p->name().empty()) continue;
+        qmString value;
+        g_cstrm.getColm(col++, value);
+        params.push_back(qmJson::object({{"name", quote(p->name().str())}, {"value", quote(value.str())}}));
+    }
+    const double perUnit = m_tool.funcClocks / getDivisor();
+    const double usec = m_tool.funcClocks / qmCpuTicker::getFreq();
+    const double flops = getFlops();
+    const bool figure = perUnit > 0 && r != QM_UNDEFINED && !qmIsFailure(r);
+    auto nullable = [](const qmString& t) { return t.empty() ? std::string("null") : quote(t.str()); };
+    return qmJson::object({{"function", quote(cells[0].str())},
+                           {"base", nullable(cells[1])},
+                           {"type", nullable(cells[2])},
+                           {"descriptor", nullable(cells[3])},
+                           {"class", quote(m_info.name.str())},
+                           {"params", qmJson::array(params)},
+                           {"clocks", figure ? number(perUnit) : "null"},
+                           {"unit", quote(getUnit().str())},
+                           {"time_usec", figure && usec > 0 ? number(usec) : "null"},
+                           {"mflops", flops > 0 && usec > 0 ? number(flops / usec) : "null"},
+                           {"result", quote(qmResultName(r))},
+                           {"comment", quote(getComment().str())},
+                           {"method_params", quote(m_tool.params.str())},
+                           {"accuracy", number(m_tool.achievedAccuracy)}});
 }
 
 void qmTest::putTableResult_Deprecated(qmResult r) { putTableResult(r); }

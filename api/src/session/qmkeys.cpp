@@ -5,6 +5,7 @@
 #include "qmconditions.h"
 #include "qmcpuid.h"
 #include "qmistream.h"
+#include "qmjson.h"
 #include "qmsession.h"
 #include "qmtest.h"
 #include "qmtestlist.h"
@@ -188,6 +189,16 @@ void qmSession::registerKeys() {
     initOption('R', "-R[<file-name>]  = add QM results to csv-file\n",
                pathInfo("add performance result table to ", ".csv"), openTable(g_cstrm, ".csv", true),
                "As -r, but appends to an existing table.\n");
+    initOption('j', "-j[<file-name>]  = create json-file and write QM results with run metadata\n",
+               pathInfo("write JSON results with run metadata to ", ".json"),
+               [](const qmString& arg, qmSession* s) {
+                   if (!g_json.addFile(genOutPath(arg, ".json"))) s->unopenedFile();
+               },
+               "Writes one JSON document per run: the run's metadata (program and library versions and\n"
+               "builds, command line, host, processor, caches, requested and active level, thread count,\n"
+               "times, load, environment warnings) and one record per measured parameter set. The file is\n"
+               "written whole at the end of the run. The key may repeat: every file named is written.\n"
+               "docs/results.schema.json describes the document.\n");
     if (qKeys) {
         initOption('q',
                    "-q[<file-name>]  = create csv-file (*_name.csv is default) and write function parameter name "

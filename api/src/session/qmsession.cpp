@@ -12,6 +12,8 @@
 #include "qmcpuid.h"
 #include "qmexception.h"
 #include "qminfotest.h"
+#include "qmjson.h"
+#include "qmrunmeta.h"
 #include "qmistream.h"
 #include "qmmemory.h"
 #include "qmreport.h"
@@ -187,6 +189,8 @@ int qmSession::run(int argc, char** argv) {
     setZkrEnvironment();
     initSession();
     qmRegTest(qmNewKavroCpuTest());  // the built-in information test, filtered and sorted like any
+    g_json.clear();
+    g_json.setCommandLine(argc, argv);
     pTestList->m_startTime = std::time(nullptr);
 
     int result = 0;
@@ -205,6 +209,7 @@ int qmSession::run(int argc, char** argv) {
         }
         headerWritten = true;
         outputHeader();
+        qmJsonRunStart(qmCheckEnvironment());
         if (s_parmFunc) s_parmFunc();
         pTestList->selectCommonParms(m_conditions, m_commonParms);
         g_istrm.setIniSection(QM_COMMON_SECTION);
@@ -218,7 +223,10 @@ int qmSession::run(int argc, char** argv) {
         }
     }
     pTestList->m_endTime = std::time(nullptr);
-    if (headerWritten) outputFooter();
+    if (headerWritten) {
+        outputFooter();
+        qmJsonRunEnd();
+    }
     // The ini-file and every stream are complete before the .end file says so.
     g_istrm.deleteIniFile();
     flushAllStreams();
