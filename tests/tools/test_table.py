@@ -110,3 +110,70 @@ def test_interest_column_after_a_comment_with_commas(tmp_path):
     t = read_table_file(str(p))
     assert t.lines[("zkriAdd_8u_C1R", ("64x64",))].samples[0].comment == "a, b, c"
     assert t.lines[("zkriAdd_8u_C1R", ("128x128",))].samples[0].clocks == 0.6
+
+
+def _doc(records, threads=2, **over):
+    doc = {"format": "quillmark-results", "version": 1,
+           "metadata": {"start_time": "2026-11-25T21:00:00Z", "threads": {"requested": threads, "cores": 2},
+                        "level": {"requested": None, "active": "avx2"}, "host": {"name": "h1"},
+                        "processor": {"model": "P", "caches": [{"level": 2, "type": "unified", "bytes": 1048576}]},
+                        "libraries": [{"name": "zkri", "version": "1.0.0 (ref avx2)", "build_date": "d"}]},
+           "records": records}
+    doc.update(over)
+    return doc
+
+
+def _rec(func, size, clocks, result="OK", **over):
+    rec = {"function": func, "base": "Add", "type": "8u", "descriptor": "C1R", "class": "TimiAdd",
+           "params": [{"name": "Size", "value": size}, {"name": "scaleFactor", "value": "0"}],
+           "clocks": clocks, "unit": "pxch", "result": result, "comment": "", "method_params": "nLps=8 acc=7.5%"}
+    rec.update(over)
+    return rec
+
+
+def test_json_documents_read_as_tables_and_merge_with_csv(tmp_path):
+    import json
+    d = tmp_path / "runs"
+    d.mkdir()
+    (d / "a.json").write_text(json.dumps(_doc([_rec("zkriAdd_8u_C1R", "64x64", 1.5),
+                                               _rec("zkriAdd_8u_C1R", "128x128", None, "FUNCFAIL")])))
+    (d / "b.csv").write_text(table_text([("zkriAdd_8u_C1R", "64x64", "1.7")]).replace(",-,1.7", ",0,1.7"))
+    t = read_tables(str(d))
+    line = t.lines[("zkriAdd_8u_C1R", ("64x64", "0"))]
+    assert line.figures() == [1.5, 1.7]             # one line from both forms
+    assert line.names == ("Size", "scaleFactor") and line.module == "TimiAdd"
+    assert line.label() == "zkriAdd_8u_C1R Size=64x64 scaleFactor=0"
+    assert line.samples[0].accuracy == pytest.approx(0.075)
+    assert t.lines[("zkriAdd_8u_C1R", ("128x128", "0"))].figures() == []
+    run = t.runs[0]
+    assert (run.title["Threads"], run.title["Level"], run.title["Largest cache"]) == ("2", "avx2", "(1048576 bytes)")
+
+
+@pytest.mark.parametrize("doc, what", [
+    ("{", "not a JSON document"),
+    ('{"format": "other", "version": 1, "metadata": {}, "records": []}', "format/version"),
+    ('{"format": "quillmark-results", "version": 2, "metadata": {}, "records": []}', "format/version"),
+    ('{"format": "quillmark-results", "version": 1, "records": []}', "lacks metadata"),
+    (_doc([{"function": "f"}]), "record 1 lacks"),
+    (_doc([_rec("f", "1x1", 1.0, "MAYBE")]), "unknown result 'MAYBE'"),
+    (_doc([_rec("f", "1x1", None)]), "result OK without clocks"),
+])
+def test_malformed_json_is_refused(tmp_path, doc, what):
+    import json
+    p = tmp_path / "r.json"
+    p.write_text(doc if isinstance(doc, str) else json.dumps(doc))
+    with pytest.raises(TableError) as e:
+        read_tables(str(p))
+    assert what in str(e.value) and str(p) in str(e.value)
+
+
+def test_shards_deal_out_every_function_once():
+    from qmtools import select
+    funcs = [f"f{i}" for i in range(10)]
+    for n in (1, 3, 4, 10, 12):
+        shards = [select.shard_of(funcs, i, n) for i in range(1, n + 1)]
+        assert sorted(f for s in shards for f in s) == sorted(funcs)
+        assert max(map(len, shards)) - min(map(len, shards)) <= 1
+    for bad in ("0/3", "4/3", "1", "a/b"):
+        with pytest.raises(ValueError):
+            select.parse_shard(bad)

@@ -6,7 +6,12 @@ class is measured as soon as it is registered.
 
 With --total the selection stays within M functions as the catalogue grows: every class keeps at least
 one function, and the classes share what is left evenly, the earlier classes in the listing taking the
-remainder.
+remainder. --all selects every function of the listing.
+
+--shard I/N prints only the I-th of N shards of the selection (I from 1): the functions are dealt out
+in turn, so every function of the selection is in exactly one shard and the shards differ in length by
+one function at most. N machines measure one selection by running one shard each (-i SHARD.ini -P);
+quillmark-report and quillmark-compare merge their tables or JSON documents.
 """
 import argparse
 import csv
@@ -66,12 +71,34 @@ def counts(n_classes, per_class, total=None):
     return [min(per_class, share + (1 if i < extra else 0)) for i in range(n_classes)]
 
 
+def shard_of(functions, index, count):
+    """The functions of shard index (1..count): every count-th function from the index-th on."""
+    return functions[index - 1::count]
+
+
+def parse_shard(text):
+    """"I/N" -> (I, N) with 1 <= I <= N; raises ValueError otherwise."""
+    i, n = (int(x) for x in text.split("/"))
+    if not 1 <= i <= n:
+        raise ValueError(text)
+    return i, n
+
+
 def main(argv=None):
     p = argparse.ArgumentParser(prog="qmtools.select", description=__doc__.split("\n\n")[0])
     p.add_argument("listing")
     p.add_argument("--per-class", type=int, default=3)
     p.add_argument("--total", type=int, default=None, help="at most this many functions (one per class at least)")
+    p.add_argument("--all", action="store_true", help="every function of the listing")
+    p.add_argument("--shard", metavar="I/N", help="only the I-th of N shards of the selection")
     args = p.parse_args(argv)
+    shard = (1, 1)
+    if args.shard:
+        try:
+            shard = parse_shard(args.shard)
+        except ValueError:
+            print(f"--shard wants I/N with 1 <= I <= N, not {args.shard!r}", file=sys.stderr)
+            return 2
     if args.per_class < 1 or (args.total is not None and args.total < 1):
         print("--per-class and --total must be at least 1", file=sys.stderr)
         return 2
@@ -80,9 +107,14 @@ def main(argv=None):
     if not classes:
         print(f"{args.listing}: no test classes in the listing", file=sys.stderr)
         return 2
-    for functions, count in zip(classes.values(), counts(len(classes), args.per_class, args.total)):
-        for func in pick(functions, count):
-            print(f"[{func}]")
+    if args.all:
+        chosen = [f for functions in classes.values() for f in functions]
+    else:
+        chosen = [f for functions, count in zip(classes.values(), counts(len(classes), args.per_class, args.total))
+                  for f in pick(functions, count)]
+    chosen = list(dict.fromkeys(chosen))  # a function listed under two classes is measured once
+    for func in shard_of(chosen, *shard):
+        print(f"[{func}]")
     return 0
 
 

@@ -1,4 +1,4 @@
-"""Reading Quillmark result tables (-r / -R csv files).
+"""Reading Quillmark result tables (-r / -R csv files) and JSON results (-j).
 
 A table file holds one or more runs. Each run starts with the title rows (two cells: name and value,
 the value may itself contain commas), then the heading row that starts with "Function", then one row
@@ -7,6 +7,7 @@ a line adds one sample of it. With -q+ a row of parameter names precedes a funct
 the function and parameter cells only.
 """
 import csv
+import json
 import os
 import re
 from dataclasses import dataclass, field
@@ -208,6 +209,76 @@ def read_table_file(path):
     return table
 
 
+JSON_FORMAT = ("quillmark-results", 1)
+
+
+def json_title(meta):
+    """The title pairs of a csv table, made from a JSON document's metadata, plus what only JSON carries
+    (host, requested level, thread count), so that runs from both forms are described alike."""
+    proc = meta.get("processor", {})
+    libs = meta.get("libraries", [])
+    caches = [c.get("bytes", 0) for c in proc.get("caches", [])]
+    threads = meta.get("threads", {})
+    level = meta.get("level", {})
+    title = {
+        "Program": "Quillmark " + str(meta.get("program", {}).get("version", "")),
+        "Started": str(meta.get("start_time", "")),
+        "Computer": str(meta.get("host", {}).get("name", "")),
+        "Processor": str(proc.get("model") or proc.get("type", "")),
+        "Library": "; ".join(f"{l.get('name')}, {l.get('version')}, {l.get('build_date')}" for l in libs),
+        "Largest cache": f"({max(caches)} bytes)" if caches else "",
+        "Threads": str(threads.get("requested") or "default"),
+        "Level requested": str(level.get("requested") or "default"),
+        "Level": str(level.get("active") or "-"),
+    }
+    return title
+
+
+def read_json_file(path):
+    """Reads one JSON result document (-j) into a Table; raises TableError on anything malformed."""
+    try:
+        with open(path, encoding="utf-8") as f:
+            doc = json.load(f)
+    except OSError as e:
+        raise TableError(path, 0, f"cannot be read: {e.strerror}") from None
+    except (ValueError, UnicodeDecodeError) as e:
+        raise TableError(path, getattr(e, "lineno", 0), f"not a JSON document: {e}") from None
+    if not isinstance(doc, dict) or (doc.get("format"), doc.get("version")) != JSON_FORMAT:
+        raise TableError(path, 0, "not a Quillmark JSON result document (format/version)")
+    meta, records = doc.get("metadata"), doc.get("records")
+    if not isinstance(meta, dict) or not isinstance(records, list):
+        raise TableError(path, 0, "document lacks metadata or records")
+    table = Table(sources=[path])
+    table.runs.append(Run(path, json_title(meta), 0))
+    for i, rec in enumerate(records, 1):
+        where = f"{path}:record {i}"
+        try:
+            func, result = rec["function"], rec["result"]
+            params = tuple(p["value"] for p in rec["params"])
+            names = tuple(p["name"] for p in rec["params"])
+            clocks = rec["clocks"]
+        except (KeyError, TypeError):
+            raise TableError(path, 0, f"record {i} lacks function, result, params or clocks") from None
+        if result not in FIGURE_RESULTS and result not in FAIL_RESULTS:
+            raise TableError(path, 0, f"record {i}: unknown result {result!r}")
+        if result in FIGURE_RESULTS and not (isinstance(clocks, (int, float)) and clocks >= 0):
+            raise TableError(path, 0, f"record {i}: result {result} without clocks")
+        if result in FAIL_RESULTS:
+            clocks = None
+        comment = " ".join(c for c in (rec.get("method_params") or "", rec.get("comment") or "") if c)
+        m = _ACC.search(comment)
+        sample = Sample(clocks, result, float(m.group(1)) / 100 if m else None, comment, where)
+        params = _params(params)
+        key = (func, params)
+        line = table.lines.get(key)
+        if line is None:
+            line = Line(func, rec.get("base") or "-", rec.get("type") or "-", rec.get("descriptor") or "-",
+                        params, rec.get("unit", ""), names[:len(params)], module=rec.get("class") or "-")
+            table.lines[key] = line
+        line.samples.append(sample)
+    return table
+
+
 _SIDE_TABLES = ("_sum.csv", "_name.csv", "_mem.csv")
 
 
@@ -215,9 +286,9 @@ def table_files(path):
     """The result tables a command-line argument names: the file itself, or a directory's csv files."""
     if os.path.isdir(path):
         files = sorted(os.path.join(path, n) for n in os.listdir(path)
-                       if n.endswith(".csv") and not n.endswith(_SIDE_TABLES))
+                       if (n.endswith(".csv") and not n.endswith(_SIDE_TABLES)) or n.endswith(".json"))
         if not files:
-            raise TableError(path, 0, "directory holds no result table (*.csv)")
+            raise TableError(path, 0, "directory holds no result table (*.csv, *.json)")
         return files
     if not os.path.exists(path):
         raise TableError(path, 0, "no such file or directory")
@@ -228,7 +299,7 @@ def read_tables(path):
     """Every sample of the tables that a file or directory argument names, gathered into one Table."""
     table = Table()
     for name in table_files(path):
-        table.add(read_table_file(name))
+        table.add(read_json_file(name) if name.endswith(".json") else read_table_file(name))
     return table
 
 
