@@ -48,7 +48,7 @@ def test_runs_table_names_level_and_library(page):
 def test_speedup_matrix_against_the_first_table(page):
     _, text, _ = page
     row = re.search(r'zkriAdd_8u_C1RSfs</a></td>(.*?)</tr>', text).group(1)
-    cells = re.findall(r">([-0-9.]+)</td>", row)
+    cells = re.findall(r">([-0-9.]+)(?: &#9733;)?</td>", row)
     assert cells[0] == "1.00"
     x64 = read_tables(data("level_X64.csv")).lines
     v4 = read_tables(data("level_X64v4.csv")).lines
@@ -57,6 +57,28 @@ def test_speedup_matrix_against_the_first_table(page):
     for r in ratios:
         expected *= r
     assert float(cells[1]) == pytest.approx(expected ** (1 / len(ratios)), abs=0.006)
+
+
+def test_overall_row_and_best_table_marker(tmp_path):
+    fast = scaled_copy(data("level_X64.csv"), tmp_path / "fast.csv", 0.5)
+    text = report.build_page(report.load([data("level_X64.csv"), str(fast)]), "x")
+    overall = re.search(r'<tr class="overall"><th>geometric mean of all functions</th>(.*?)</tr>', text).group(1)
+    assert re.findall(r">([-0-9.]+)( &#9733;)?</td>", overall) == [("1.00", ""), ("2.00", " &#9733;")]
+    # Every function row marks the twice-as-fast table as its best.
+    rows = re.findall(r'</a></td>(.*?)</tr>', text)
+    assert rows and all(r.count("&#9733;") == 1 and r.index("&#9733;") > r.index("1.00") for r in rows)
+
+
+@pytest.mark.parametrize("sets, tables", [(1, 3), (12, 3), (3, 8), (2, 9), (36, 1)])
+def test_no_plot_has_more_than_eight_lines(sets, tables):
+    groups = {(f"t{t}", f"p={s}"): [] for s in range(sets) for t in range(tables)}
+    parts = report.panels(groups)
+    assert all(0 < len(p) <= report.MAX_LINES for p in parts)
+    assert sorted(k for p in parts for k in p) == sorted(groups)      # every line in exactly one plot
+    if tables <= report.MAX_LINES:                                     # a parameter set's lines stay together
+        assert all(len({k[1] for k in p}) * tables == len(p) for p in parts)
+    if report.MAX_LINES % tables == 0:                                # sets that divide a plot fill it
+        assert len(parts) == -(-sets * tables // report.MAX_LINES)
 
 
 def test_plots_are_written_beside_on_request(page):

@@ -93,7 +93,8 @@ class Source:
 
     def describe(self):
         run = self.table.runs[0]
-        return {k: run.title.get(k, "-") for k in ("Started", "Processor", "Library")}
+        return {k: run.title.get(k, "-") for k in ("Started", "Processor", "Library", "Computer", "Threads",
+                                                   "Level requested")}
 
     def code_path(self):
         """The library's code path in force, from its version text ("1.0.0 (ref avx2)" gives
@@ -185,6 +186,11 @@ def speedups(sources):
     return matrix
 
 
+def overall_row(matrix, count):
+    """Per table, the geometric mean of its functions' speedups (the functions it measured)."""
+    return [stats.geometric_mean([row[i] for row in matrix.values() if row[i] is not None]) for i in range(count)]
+
+
 # ---------------------------------------------------------------- drawing
 
 def _png(fig):
@@ -194,40 +200,71 @@ def _png(fig):
     return buf.getvalue()
 
 
+MAX_LINES = 8   # lines in one plot at most: more go to further small plots of the same function
+
+
+def panels(groups, limit=MAX_LINES):
+    """The groups of one function split into small plots of at most `limit` lines: the lines of one
+    parameter set (all tables) stay together while they fit, consecutive sets share a plot while the
+    plot has room."""
+    by_other = OrderedDict()
+    for key in groups:
+        by_other.setdefault(key[1], []).append(key)
+    out, current = [], []
+    for keys in by_other.values():
+        for i in range(0, len(keys), limit):
+            chunk = keys[i:i + limit]
+            if current and len(current) + len(chunk) > limit:
+                out.append(current)
+                current = []
+            current = current + chunk
+    if current:
+        out.append(current)
+    return out
+
+
 def plot_function(func, groups, caches, in_bytes, unit):
-    fig, ax = plt.subplots(figsize=(9.5, 3.8))
+    parts = panels(groups)
+    cols = min(3, len(parts))
+    rows = (len(parts) + cols - 1) // cols
+    fig, axes = plt.subplots(rows, cols, figsize=(4.2 * cols + 1.0, 3.2 * rows), squeeze=False)
     labels = list(OrderedDict.fromkeys(label for label, _ in groups))
     others = list(OrderedDict.fromkeys(other for _, other in groups))
     colours = plt.rcParams["axes.prop_cycle"].by_key()["color"]
     styles = ["-", "--", ":", "-."]
     markers = ["o", "s", "^", "v", "D"]
-    for (label, other), pts in groups.items():
-        li, oi = labels.index(label), others.index(other)
-        name = label + (f" {other}" if other else "")
-        colour = colours[li % len(colours)]
-        xs = [p[0] for p in pts]
-        ax.plot(xs, [p[1] for p in pts], linestyle=styles[oi % len(styles)],
-                marker=markers[oi % len(markers)], color=colour, label=name)
-        # The band from the lowest to the highest run of each point: the figure's spread.
-        if any(p[3] > p[2] for p in pts):
-            ax.fill_between(xs, [p[2] for p in pts], [p[3] for p in pts], color=colour, alpha=0.18, linewidth=0)
-    ax.set_xscale("log", base=2)
-    if in_bytes:
-        ax.xaxis.set_major_formatter(matplotlib.ticker.FuncFormatter(lambda v, _: _size_text(int(round(v)))))
-    ax.set_xlabel("bytes of one image" if in_bytes else "units")
-    ax.set_ylabel(f"clocks per {unit}")
-    ax.set_ylim(bottom=0)
-    ax.set_title(func)
-    if in_bytes:
-        lo, hi = ax.get_xlim()
-        for name, size in caches.items():
-            if lo <= size <= hi:
-                ax.axvline(size, color="grey", linewidth=0.8, linestyle="--")
-                ax.text(size, 0.02, f" {name}", transform=ax.get_xaxis_transform(), va="bottom",
-                        ha="left", fontsize=8, color="grey")
-        ax.set_xlim(lo, hi)
-    ax.grid(True, which="major", alpha=0.3)
-    ax.legend(fontsize=7, loc="upper left", bbox_to_anchor=(1.01, 1.0), ncol=1 + len(groups) // 13)
+    for n, ax in enumerate(axes.flat):
+        if n >= len(parts):
+            ax.set_visible(False)
+            continue
+        for label, other in parts[n]:
+            pts = groups[(label, other)]
+            li, oi = labels.index(label), others.index(other)
+            colour = colours[li % len(colours)]
+            xs = [p[0] for p in pts]
+            ax.plot(xs, [p[1] for p in pts], linestyle=styles[oi % len(styles)],
+                    marker=markers[oi % len(markers)], color=colour, label=label + (f" {other}" if other else ""))
+            # The band from the lowest to the highest run of each point: the figure's spread.
+            if any(p[3] > p[2] for p in pts):
+                ax.fill_between(xs, [p[2] for p in pts], [p[3] for p in pts], color=colour, alpha=0.18, linewidth=0)
+        ax.set_xscale("log", base=2)
+        if in_bytes:
+            ax.xaxis.set_major_formatter(matplotlib.ticker.FuncFormatter(lambda v, _: _size_text(int(round(v)))))
+        ax.set_xlabel("bytes of one image" if in_bytes else "units", fontsize=8)
+        ax.set_ylabel(f"clocks per {unit}", fontsize=8)
+        ax.tick_params(labelsize=7)
+        ax.set_ylim(bottom=0)
+        if in_bytes:
+            lo, hi = ax.get_xlim()
+            for name, size in caches.items():
+                if lo <= size <= hi:
+                    ax.axvline(size, color="grey", linewidth=0.8, linestyle="--")
+                    ax.text(size, 0.02, f" {name}", transform=ax.get_xaxis_transform(), va="bottom",
+                            ha="left", fontsize=7, color="grey")
+            ax.set_xlim(lo, hi)
+        ax.grid(True, which="major", alpha=0.3)
+        ax.legend(fontsize=6, loc="best")
+    fig.suptitle(func, fontsize=10)
     fig.tight_layout()
     return _png(fig)
 
@@ -266,13 +303,14 @@ def build_page(sources, title, plots_dir=None):
       "img{border:1px solid #ddd}</style></head><body>\n")
     w(f"<h1>{esc(title)}</h1>\n")
     w("<section id=\"runs\"><h2>Tables</h2>\n<table><tr><th>label</th><th>file</th><th>runs</th>"
-      "<th>lines</th><th>started</th><th>processor</th><th>library</th></tr>\n")
+      "<th>lines</th><th>started</th><th>computer</th><th>processor</th><th>library</th><th>level asked</th>"
+      "<th>threads</th></tr>\n")
     for src in sources:
         d = src.describe()
         w(f"<tr><td>{esc(src.label)}</td><td title=\"{esc(src.path)}\">{esc(os.path.basename(src.path))}</td>"
           f"<td class=\"num\">{len(src.table.runs)}</td><td class=\"num\">{len(src.table.lines)}</td>"
-          f"<td>{esc(d['Started'])}</td><td>{esc(d['Processor'])}</td>"
-          f"<td>{esc(d['Library'])}</td></tr>\n")
+          f"<td>{esc(d['Started'])}</td><td>{esc(d['Computer'])}</td><td>{esc(d['Processor'])}</td>"
+          f"<td>{esc(d['Library'])}</td><td>{esc(d['Level requested'])}</td><td>{esc(d['Threads'])}</td></tr>\n")
     w("</table></section>\n")
     w("<section id=\"caches\"><h2>Caches</h2>\n<p>")
     w(", ".join(f"{esc(n)} {esc(_size_text(s))}" for n, s in caches.items()) or "not known")
@@ -288,12 +326,19 @@ def build_page(sources, title, plots_dir=None):
     w("</p>\n<table><tr><th>function</th>")
     w("".join(f"<th>{esc(s.label)}" + (f"<br><small>same code as {esc(twins[s.label])}</small>"
                                         if s.label in twins else "") + "</th>" for s in sources) + "</tr>\n")
+    def cells(row):
+        known = [v for v in row if v is not None]
+        best = max(known) if len(known) > 1 else None
+        for v in row:
+            mark = " &#9733;" if best is not None and v == best else ""   # the best table of the row
+            w(f"<td class=\"num\" style=\"background:{_cell_colour(v)}\">{'-' if v is None else f'{v:.2f}'}{mark}</td>")
     for func, row in matrix.items():
         w(f"<tr><td><a href=\"#f-{_slug(func)}\">{esc(func)}</a></td>")
-        for s in row:
-            w(f"<td class=\"num\" style=\"background:{_cell_colour(s)}\">{'-' if s is None else f'{s:.2f}'}</td>")
+        cells(row)
         w("</tr>\n")
-    w("</table></section>\n")
+    w("<tr class=\"overall\"><th>geometric mean of all functions</th>")
+    cells(overall_row(matrix, len(sources)))
+    w("</tr>\n</table><p>&#9733; marks the fastest table of each row.</p></section>\n")
     w("<section id=\"functions\"><h2>Clocks against size</h2>\n")
     if plots_dir:
         os.makedirs(plots_dir, exist_ok=True)
