@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The main job: a representative selection (a few functions of every test class, QM_TOTAL (36) at most
-# so that its length stays put as the catalogue grows; every class keeps one) measured at three
-# image sizes (from L1- to beyond L2-resident) at every instruction-set level this machine can run,
+# so that its length stays put as the catalogue grows; every class keeps one) measured at nine
+# image sizes (1 KB to 2 MB for one byte a pixel: four in L1, then steps through L2 to beyond it, so
+# that the cache steps show in each curve) at every instruction-set level this machine can run,
 # then one HTML report of the runs, whose path is printed last. The levels are measured interleaved,
 # round robin, QM_ROUNDS (3) rounds appended into one table per level, so that a slow phase of the
 # machine hits every level alike and the report can show each figure's spread; the baseline and the
@@ -14,7 +15,10 @@ build="${1:-build}"
 bin="$(cd "$build/bin" && pwd)"
 tools="$(cd "$(dirname "$0")" && pwd)"
 out="$bin/main-job"
-sizes="${QM_SIZES:-32x32; 128x128; 512x512}"
+# Nine sizes cost about three times the measuring of the former three per round (the engine's time per
+# parameter set hardly depends on the size); the budget below keeps the job's length and leaves fewer
+# rounds or levels when the machine is slow.
+sizes="${QM_SIZES:-32x32; 64x64; 96x96; 128x128; 192x192; 256x256; 512x512; 1024x1024; 1448x1448}"
 budget="${QM_BUDGET:-150}"
 mkdir -p "$out"
 rm -f "$out"/level_*.csv "$out"/level_*_sum.csv
