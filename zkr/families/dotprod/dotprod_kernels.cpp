@@ -4,6 +4,10 @@
 // kept in vector registers (widening multiplies for the 8-bit types,
 // conversions to double and multiply-adds for the others), a scalar tail into
 // the first lanes, and folds into the channels' double sums.
+// No multiply-add is contracted: levels with FMA then round as the baseline does, and every
+// level gives the same bits.
+#pragma GCC optimize("fp-contract=off")
+
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>

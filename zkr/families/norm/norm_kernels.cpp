@@ -7,6 +7,10 @@
 // or a pabs, the maximum a vector max or blend), then a scalar tail into the
 // first lanes. The lanes are folded into the double channel accumulations
 // before they could lose exactness and at the end of the chunk.
+// No multiply-add is contracted: levels with FMA then round as the baseline does, and every
+// level gives the same bits.
+#pragma GCC optimize("fp-contract=off")
+
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
