@@ -9,6 +9,7 @@
 #include "qmjson.h"
 #include "qmmemory.h"
 #include "qmparameter.h"
+#include "qmprogress.h"
 #include "qmsession.h"
 #include "qmtest.h"
 #include "qmtestlist.h"
@@ -153,6 +154,7 @@ void qmTest::putTableResult(qmResult r) {
     putTableParms();
     resultToCstrm(r);
     if (g_json.active()) g_json.addRecord(jsonRecord(r));
+    g_progress.parameterSet();
     g_cstrm.lineOut(m_numParmsColm + m_numResultColm);
 }
 

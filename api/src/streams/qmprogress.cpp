@@ -23,12 +23,19 @@ std::string qmProgress::clock(double seconds) {
     return buf;
 }
 
-std::string qmProgress::format(int number, int total, const std::string& func, double elapsedSec, int finished) {
+std::string qmProgress::format(int number, int total, const std::string& func, double elapsedSec, int finished,
+                               long sets, long setsNow) {
     char head[48];
     std::snprintf(head, sizeof head, "[%*d/%d] ", int(std::to_string(total).size()), number, total);
     std::string tail("  elapsed ");
     tail.append(clock(elapsedSec)).append(", left ");
-    if (finished > 0 && total >= finished)
+    if (finished > 0 && total >= finished && sets > 0) {
+        const double perSet = elapsedSec / sets;
+        const double perTest = double(sets - setsNow) / finished;
+        const double current = perTest > setsNow ? perTest - setsNow : 0;
+        const int notStarted = total - finished - (number > finished ? 1 : 0);
+        tail.append("~").append(clock(perSet * (perTest * (notStarted > 0 ? notStarted : 0) + current)));
+    } else if (finished > 0 && total >= finished)
         tail.append("~").append(clock(elapsedSec / finished * (total - finished)));
     else
         tail.append("?");
@@ -46,6 +53,8 @@ void qmProgress::begin(int total) {
     m_sharedTerminal = m_active && isatty(STDOUT_FILENO);
     m_total = total;
     m_number = 0;
+    m_setsDone = 0;
+    m_setsThisTest = 0;
     m_shown = false;
     m_start = std::chrono::steady_clock::now();
 }
@@ -54,6 +63,8 @@ void qmProgress::test(int number, const std::string& func) {
     if (!m_active) return;
     m_number = number;
     m_func = func;
+    m_setsDone += m_setsThisTest;
+    m_setsThisTest = 0;
     draw();
 }
 
@@ -76,7 +87,8 @@ void qmProgress::afterConsoleWrite(const std::string& text) {
 void qmProgress::draw() {
     const double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
     std::string line("\r");
-    line.append(format(m_number, m_total, m_func, elapsed, m_number - 1)).append("\033[K");
+    line.append(format(m_number, m_total, m_func, elapsed, m_number - 1,
+                            m_setsDone + m_setsThisTest > 0 ? m_setsDone + m_setsThisTest : -1, m_setsThisTest)).append("\033[K");
     std::fputs(line.c_str(), stderr);
     std::fflush(stderr);
     m_shown = true;

@@ -13,6 +13,8 @@ public:
     void begin(int total);
     // Test `number` (1-based) of the run starts.
     void test(int number, const std::string& func);
+    // The current test has measured one more parameter set (a result line).
+    void parameterSet() { ++m_setsThisTest; }
     // Clears the line; nothing more is shown until the next begin.
     void end();
 
@@ -21,8 +23,12 @@ public:
     void afterConsoleWrite(const std::string& text);
 
     // The text of the line: "[  12/201] zkriAdd_8u_C1RSfs  elapsed 0:12, left ~3:05". The estimate
-    // needs one finished test ("left ?" before); seconds < 0 count as 0.
-    static std::string format(int number, int total, const std::string& func, double elapsedSec, int finished);
+    // needs one finished test ("left ?" before); seconds < 0 count as 0. With the parameter sets
+    // measured so far (`sets`, of which `setsNow` by the current test) the time left is the time per
+    // set times the sets still to come: the finished tests' sets per test for each test not started,
+    // and what the current test has left of that mean; without sets (sets < 0), time per test.
+    static std::string format(int number, int total, const std::string& func, double elapsedSec, int finished,
+                              long sets = -1, long setsNow = 0);
     // m:ss, or h:mm:ss from an hour on.
     static std::string clock(double seconds);
 
@@ -37,6 +43,8 @@ private:
     bool m_sharedTerminal = false;  // standard output goes to a terminal too
     int m_total = 0;
     int m_number = 0;
+    long m_setsDone = 0;      // sets of the finished tests
+    long m_setsThisTest = 0;  // sets of the current test
     std::string m_func;
     std::chrono::steady_clock::time_point m_start;
 };

@@ -20,6 +20,13 @@ TEST(ProgressLine, EstimateNeedsOneFinishedTest) {
     EXPECT_EQ(qmProgress::format(5, 200, "f", 10, 4), "[  5/200] f  elapsed 0:10, left ~8:10");
     // The last test: nothing left after it once it is counted.
     EXPECT_EQ(qmProgress::format(3, 3, "g", 6, 2), "[3/3] g  elapsed 0:06, left ~0:03");
+    // From parameter sets: 4 tests of 10 sets each and 4 sets of the fifth in 11 s (0.25 s a set):
+    // 6 sets left of the fifth, 195 tests of 10 sets to come.
+    EXPECT_EQ(qmProgress::format(5, 200, "f", 11, 4, 44, 4), "[  5/200] f  elapsed 0:11, left ~8:09");
+    // Tests of unequal length: the mean of the finished ones stands for each test to come, and a
+    // current test beyond that mean is taken as ending now.
+    EXPECT_EQ(qmProgress::format(3, 4, "g", 30, 2, 30, 26), "[3/4] g  elapsed 0:30, left ~0:02");
+    EXPECT_EQ(qmProgress::format(4, 4, "h", 30, 3, 30, 1), "[4/4] h  elapsed 0:30, left ~0:09");
 }
 
 TEST(ProgressLine, LongNamesAreCutToOneTerminalLine) {
