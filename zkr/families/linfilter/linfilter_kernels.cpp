@@ -51,10 +51,27 @@ template <class T> ZKR_NOINLINE void copyInto(T* __restrict to, const T* __restr
     for (int i = 0; i < n; ++i) to[i] = from[i];
 }
 
-// Stores the three colour channels of each AC4 pixel; a select per component keeps the alpha
-// channel (every fourth) and vectorises.
+// Stores the three colour channels of each AC4 pixel and keeps the alpha channel (every fourth
+// component). 8u and 16-bit pixels are one 32- or 64-bit word, merged with a mask (alpha is the
+// word's high part), which vectorises; 32f pixels copy their three components.
 template <class T> ZKR_NOINLINE void storeKeepAlpha(T* __restrict to, const T* __restrict from, int n) {
-    for (int i = 0; i < n; ++i) to[i] = (i & 3) == 3 ? to[i] : from[i];
+    if constexpr (sizeof(T) <= 2) {
+        using Word = std::conditional_t<sizeof(T) == 1, std::uint32_t, std::uint64_t>;
+        constexpr Word alpha = Word(Word(~Word(0)) << (3 * 8 * sizeof(T)));
+        for (int p = 0; p < n / 4; ++p) {
+            Word a, b;
+            std::memcpy(&a, to + 4 * p, sizeof a);
+            std::memcpy(&b, from + 4 * p, sizeof b);
+            a = (a & alpha) | (b & ~alpha);
+            std::memcpy(to + 4 * p, &a, sizeof a);
+        }
+    } else {
+        for (int p = 0; p < n / 4; ++p) {
+            to[4 * p] = from[4 * p];
+            to[4 * p + 1] = from[4 * p + 1];
+            to[4 * p + 2] = from[4 * p + 2];
+        }
+    }
 }
 
 // ---- linear ----------------------------------------------------------------------------
