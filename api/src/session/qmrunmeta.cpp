@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <fstream>
 
 #include "qmclock.h"
 #include "qmcpuid.h"
@@ -57,7 +58,8 @@ std::vector<std::string> features() {
     std::vector<std::string> out;
     for (int i = 0; i < FeatureFlagsCount; ++i) {
         const FeatureFlag& f = FeatureFlags[i];
-        if (validFunction(f.leaf) && CPUID(f.leaf).getBit(f.reg, f.bit)) out.emplace_back(f.mnemonic);
+        if (f.mnemonic && *f.mnemonic && validFunction(f.leaf) && CPUID(f.leaf).getBit(f.reg, f.bit))
+            out.emplace_back(f.mnemonic);
     }
     return out;
 }
@@ -75,6 +77,18 @@ std::string caches() {
         out.push_back(object({{"level", std::to_string(r.getBits(CPUID::EAX, 7, 5))},
                               {"type", quote(kind < 4 ? kinds[kind] : "other")},
                               {"bytes", std::to_string(bytes)}}));
+    }
+    if (!out.empty()) return qmJson::array(out);
+    // A processor (or hypervisor) whose CPUID describes no cache: what the system says.
+    for (int i = 0;; ++i) {
+        const std::string dir = "/sys/devices/system/cpu/cpu0/cache/index" + std::to_string(i) + "/";
+        std::ifstream level(dir + "level"), type(dir + "type"), size(dir + "size");
+        std::string l, t, z;
+        if (!(level >> l) || !(type >> t) || !(size >> z)) break;
+        long long bytes = std::atoll(z.c_str());
+        bytes *= z.back() == 'K' ? 1024 : z.back() == 'M' ? 1024 * 1024 : 1;
+        const char* kind = t == "Data" ? "data" : t == "Instruction" ? "instruction" : t == "Unified" ? "unified" : "other";
+        out.push_back(object({{"level", l}, {"type", quote(kind)}, {"bytes", std::to_string(bytes)}}));
     }
     return qmJson::array(out);
 }
