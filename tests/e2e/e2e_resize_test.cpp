@@ -12,7 +12,7 @@
 using namespace e2e;
 
 TEST(ResizeModule, ListsEveryFunctionUnderItsTestClass) {
-    const Outcome r = quill("-e -tTimResize");
+    const Outcome r = quill("-e -t=TimResize");
     EXPECT_EQ(r.status, 0) << r.out;
     std::map<std::string, int> perBase;
     std::set<std::string> names;
@@ -33,7 +33,7 @@ TEST(ResizeModule, ListsEveryFunctionUnderItsTestClass) {
 
 TEST(ResizeModule, MeasuresEveryFunctionOverFactorsAndModes) {
     TempDir d;
-    const Outcome r = quill("-B -LP -tTimResize -dSize=32x16 -dMethod=Manual -dNumLoops=2 \"-dxFactor=0.5; 2\" "
+    const Outcome r = quill("-B -LP -t=TimResize -dSize=32x16 -dMethod=Manual -dNumLoops=2 \"-dxFactor=0.5; 2\" "
                             "-dyFactor=0.5 \"-dinterpolation=NN; Super\" -r -l" + d.str());
     EXPECT_EQ(r.status, 0) << r.out;
     EXPECT_EQ(summaryCount(r.out, ".Number of tests"), 19);
