@@ -51,7 +51,7 @@ TEST(MulFamily, ListsEveryFunctionPerBase) {
 // One line per function, three scale factors for the 72 scaled ones; the in-place forms (66) are
 // the ZK_REG_Ibs group, the others ZK_REG.
 TEST(MulFamily, MeasuresEveryFunctionOkInTwoGroups) {
-    const Outcome r = quill(std::string("-B -LPI -tTimiMul") + kShort);
+    const Outcome r = quill(std::string("-B -LPI -t=TimiMul") + kShort);
     EXPECT_EQ(r.status, 0) << r.out;
     const std::vector<PerfLine> perf = perfLines(r.out);
     EXPECT_EQ(perf.size(), 161u + 2u * 72u);
