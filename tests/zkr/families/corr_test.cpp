@@ -515,5 +515,69 @@ TEST_F(CorrEdges, NonFiniteReachesOnlyItsWindows) {
     }
 }
 
+// sqrt(sum a^2 * sum b^2) of channel c: the magnitude every raw sum's transform rounding scales with.
+template <class S> Real energy(const Call<S>& call, int c) {
+    Real a = 0, b = 0;
+    for (int y = 0; y < call.a.height; ++y)
+        for (int x = 0; x < call.a.width; ++x) a += Real(call.a.at(y, x * call.a.perPixel + c)) * call.a.at(y, x * call.a.perPixel + c);
+    for (int y = 0; y < call.b.height; ++y)
+        for (int x = 0; x < call.b.width; ++x) b += Real(call.b.at(y, x * call.b.perPixel + c)) * call.b.at(y, x * call.b.perPixel + c);
+    return std::sqrt(a * b);
+}
+
+// Templates large enough for the frequency domain (every shape, integer and float sources, one and
+// three channels, a scaled convolution): sampled pixels (the corners, the edges, the middle) against
+// the definition on every level, and the same bits on one and two threads.
+TEST_F(CorrEdges, LargeTemplatesThroughTheFrequencyDomain) {
+    forEachCase(familyCases(),
+                [](const FamilyCase& c) {
+                    return (c.src == Ty::U8 && c.channels == 1) || (c.src == Ty::S16 && c.channels == 3) ||
+                           (c.src == Ty::F32 && c.alpha);
+                },
+                [](const FamilyCase& fc) {
+                    withCase(fc, [&]<class S, class Td>() {
+                        std::mt19937 rng(23);
+                        const ZkriSize as{260, 256}, bs{33, 29};  // transforms of 66 K points and more: split too
+                        const Call<S> original(fc, as, bs, true, rng);
+                        const ZkriSize out = outSize(fc, as, bs);
+                        const int sf = fc.scaled ? 3 : 0;
+                        forEachLevel([&](const Level&) {
+                            std::vector<Td> single;
+                            for (int threads : {1, 2}) {
+                                ASSERT_GE(zkrSetNumThreads(threads), zkrStsNoErr);
+                                Call<S> call = original;
+                                std::mt19937 same(3);
+                                Plane<Td> dst(out.width, out.height, fc.channels, Padding{}, same);
+                                const CallArgs args{call.a.roi(), call.a.stepBytes(), as, call.b.roi(),
+                                                    call.b.stepBytes(), bs, dst.roi(), dst.stepBytes(), sf};
+                                ASSERT_EQ(fc.call(args), zkrStsNoErr);
+                                if (threads == 2) {
+                                    EXPECT_TRUE(std::equal(single.begin(), single.end(), dst.data.begin(),
+                                                           [](Td p, Td q) { return sameBits(p, q); }))
+                                        << "result depends on the thread split";
+                                    continue;
+                                }
+                                single = dst.data;
+                                for (int y : {0, 1, out.height / 2, out.height - 1})
+                                    for (int x : {0, 7, out.width / 2, out.width - 2, out.width - 1})
+                                        for (int c = 0; c < fc.active(); ++c) {
+                                            Expect e = fc.conv ? call.convolve(x, y, c) : call.match(x, y, c);
+                                            if constexpr (!std::is_floating_point_v<Td>)
+                                                e.value = Real(refScale<Td>(std::int64_t(e.value), sf));
+                                            const Td got = dst.at(y, x * fc.channels + c);
+                                            // The transform's rounding is relative to the whole channel's
+                                            // energy, not the window's: raw sums get that much room, the
+                                            // scores (magnitude about 1) 1e-6 whatever their window.
+                                            e.scale += fc.measure == Measure::Raw ? energy(call, c) * 1e-4L : 1e6L;
+                                            EXPECT_TRUE(call.close(got, e)) << "pixel (" << x << "," << y << ") channel "
+                                                                            << c << ": got " << +got << ", want "
+                                                                            << double(e.value);
+                                        }
+                            }
+                        });
+                    });
+                });
+}
+
 }  // namespace
 }  // namespace zkrtest

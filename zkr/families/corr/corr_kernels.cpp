@@ -46,6 +46,10 @@ ZKR_NOINLINE void gatherRow(double* __restrict out, const Ts* __restrict in, int
     for (int x = 0; x < n; ++x) out[x] = double(in[x * ch]);
 }
 
+ZKR_NOINLINE void copyRow(double* __restrict out, const double* __restrict in, int n) {
+    for (int x = 0; x < n; ++x) out[x] = in[x];
+}
+
 ZKR_NOINLINE void zeroRow(double* __restrict out, int n) {
     for (int x = 0; x < n; ++x) out[x] = 0.0;
 }
@@ -132,18 +136,20 @@ template <class Ts, class Td> bool corrRows(const CorrJob& j, int y0, int y1) {
     const int rows = y1 - y0 + j.th - 1;
     const int n = j.outW;
     const bool sums = j.measure != Measure::Raw;
+    const bool needPlane = sums || !j.numerator;
     const std::size_t planeSize = std::size_t(rows) * std::size_t(planeW);
-    Scratch<double> plane{planeSize * std::size_t(j.active)};
+    Scratch<double> plane{needPlane ? planeSize * std::size_t(j.active) : 0};
     Scratch<double> acc{std::size_t(n) + 4}, res{std::size_t(n)};
     Scratch<double> colS{sums ? std::size_t(planeW) : 0}, colQ{sums ? std::size_t(planeW) : 0};
     Scratch<double> winS{sums ? std::size_t(n) : 0}, winQ{sums ? std::size_t(n) : 0};
     if (!plane || !acc || !res || !colS || !colQ || !winS || !winQ) return false;
 
-    // The plane: row r is source row y0 + r - offY, column x source column x - offX.
+    // The plane: row r is source row y0 + r - offY, column x source column x - offX (only the rows
+    // of the window sums when the template sums come from the frequency domain).
     const int x0 = j.offX < 0 ? 0 : (j.offX > planeW ? planeW : j.offX);
     int x1 = j.offX + j.srcW;
     x1 = x1 < x0 ? x0 : (x1 > planeW ? planeW : x1);
-    for (int c = 0; c < j.active; ++c) {
+    for (int c = 0; c < (needPlane ? j.active : 0); ++c) {
         for (int r = 0; r < rows; ++r) {
             double* row = plane.get() + std::size_t(c) * planeSize + std::size_t(r) * std::size_t(planeW);
             const int sy = y0 + r - j.offY;
@@ -163,15 +169,20 @@ template <class Ts, class Td> bool corrRows(const CorrJob& j, int y0, int y1) {
     for (int y = y0; y < y1; ++y) {
         Td* drow = reinterpret_cast<Td*>(static_cast<char*>(j.dst) + j.dstStep * y);
         for (int c = 0; c < j.active; ++c) {
-            const double* p = plane.get() + std::size_t(c) * planeSize + std::size_t(y - y0) * std::size_t(planeW);
+            const double* p =
+                needPlane ? plane.get() + std::size_t(c) * planeSize + std::size_t(y - y0) * std::size_t(planeW) : nullptr;
             const double* t = j.tpl + std::size_t(c) * std::size_t(j.tw) * std::size_t(j.th);
-            zeroRow(acc.get(), n);
-            for (int jj = 0; jj < j.th; ++jj) {
-                const double* r = p + std::size_t(jj) * std::size_t(planeW);
-                const double* tr = t + std::size_t(jj) * std::size_t(j.tw);
-                int i = 0;
-                for (; i + 4 <= j.tw; i += 4) taps4(acc.get(), r + i, tr[i], tr[i + 1], tr[i + 2], tr[i + 3], n);
-                for (; i < j.tw; ++i) taps1(acc.get(), r + i, tr[i], n);
+            if (j.numerator) {
+                copyRow(acc.get(), j.numerator + (std::size_t(c) * std::size_t(j.outH) + std::size_t(y)) * std::size_t(n), n);
+            } else {
+                zeroRow(acc.get(), n);
+                for (int jj = 0; jj < j.th; ++jj) {
+                    const double* r = p + std::size_t(jj) * std::size_t(planeW);
+                    const double* tr = t + std::size_t(jj) * std::size_t(j.tw);
+                    int i = 0;
+                    for (; i + 4 <= j.tw; i += 4) taps4(acc.get(), r + i, tr[i], tr[i + 1], tr[i + 2], tr[i + 3], n);
+                    for (; i < j.tw; ++i) taps1(acc.get(), r + i, tr[i], n);
+                }
             }
             if (sums) {
                 zeroRow(colS.get(), planeW);

@@ -36,6 +36,10 @@ struct CorrJob {
     int outW = 0, outH = 0;
     void* dst = nullptr;
     std::ptrdiff_t dstStep = 0;
+    // When set, the template sums of every output pixel, computed beforehand in the frequency domain:
+    // per active channel an outW x outH plane, row-major. The kernel then adds only the window sums
+    // and the measure.
+    const double* numerator = nullptr;
     Measure measure = Measure::Raw;
     int scaleFactor = 0;  // integer destinations
 };
