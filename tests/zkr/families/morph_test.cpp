@@ -269,8 +269,11 @@ TEST_P(MorphFamily, MatchesDefinitionOnEveryLevel) {
     });
 }
 
+// One and four channels (the alpha kept) above the splitting size: 1, 2 and 3 threads give the
+// definition's values and the same bits.
 TEST_P(MorphFamily, ThreadSplitsMatchSingleThread) {
     walk([](const FamilyCase& fc) {
+        if (fc.channels == 3) return;
         withType(fc, [&]<class S>() {
             std::mt19937 rng(12);
             const Call<S> original(fc, kSplitSize.width, kSplitSize.height, masksOf(fc).back(), true, rng);

@@ -213,9 +213,10 @@ TEST_F(WienerFamily, MatchesDefinitionOnEveryLevel) {
     });
 }
 
-// Above the splitting size, 1, 2 and 3 threads give the same bits (the noise estimate included).
+// One and four channels (the alpha kept) above the splitting size: 1, 2 and 3 threads give the same
+// bits (the noise estimate included).
 TEST_F(WienerFamily, ThreadSplitsMatchSingleThread) {
-    forEachCase(familyCases(), [](const FamilyCase&) { return true; }, [](const FamilyCase& fc) {
+    forEachCase(familyCases(), [](const FamilyCase& c) { return c.channels != 3; }, [](const FamilyCase& fc) {
         withType(fc, [&]<class S>() {
             std::mt19937 rng(4);
             const float noise[4] = {0, 0, 0, 0};
