@@ -11,7 +11,7 @@ import re
 import subprocess
 import sys
 
-_KEY = re.compile(r"^(-[A-Za-z?])(\S*)\s*=\s*(.*)$")
+_KEY = re.compile(r"^(-[A-Za-z?])(.*?)\s*=\s+(.*)$")
 _FILE_KEYS = set("iIorRqujgpl")   # keys whose argument is a file or directory
 
 
