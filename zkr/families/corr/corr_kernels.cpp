@@ -19,6 +19,7 @@
 
 #include "corr_kernels.h"
 #include "rows.h"
+#include "scratch.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
@@ -27,18 +28,6 @@
 namespace zkr::corr::ZKR_LEVEL_NS {
 namespace {
 
-template <class T> class Scratch {
-public:
-    explicit Scratch(std::size_t n) : p_(static_cast<T*>(std::malloc((n ? n : 1) * sizeof(T)))) {}
-    ~Scratch() { std::free(p_); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    T* get() const { return p_; }
-    explicit operator bool() const { return p_ != nullptr; }
-
-private:
-    T* p_;
-};
 
 // One source row's channel c, converted, into plane columns [x0, x1) (source column x - offX).
 template <class Ts>

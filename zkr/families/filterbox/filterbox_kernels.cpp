@@ -32,6 +32,7 @@
 
 #include "filterbox_kernels.h"
 #include "rows.h"
+#include "scratch.h"
 #include "zkrcore.h"
 
 #ifndef ZKR_LEVEL_NS
@@ -41,19 +42,6 @@
 namespace zkr::filterbox::ZKR_LEVEL_NS {
 namespace {
 
-// A band's work buffer (malloc'd, so nothing is instantiated outside this level).
-template <class T> class Scratch {
-public:
-    explicit Scratch(std::size_t n) : p_(static_cast<T*>(std::malloc((n ? n : 1) * sizeof(T)))) {}
-    ~Scratch() { std::free(p_); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    T* get() const { return p_; }
-    explicit operator bool() const { return p_ != nullptr; }
-
-private:
-    T* p_;
-};
 
 // Row y of the source relative to the ROI (y may be negative: the border above),
 // moved left to the first column the mask reaches.

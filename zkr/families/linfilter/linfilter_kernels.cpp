@@ -20,6 +20,7 @@
 
 #include "linfilter_kernels.h"
 #include "rows.h"
+#include "scratch.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
@@ -28,19 +29,6 @@
 namespace zkr::linfilter::ZKR_LEVEL_NS {
 namespace {
 
-// A band's work buffer (malloc'd, so nothing is instantiated outside this level).
-template <class T> class Scratch {
-public:
-    explicit Scratch(std::size_t n) : p_(static_cast<T*>(std::malloc((n ? n : 1) * sizeof(T)))) {}
-    ~Scratch() { std::free(p_); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    T* get() const { return p_; }
-    explicit operator bool() const { return p_ != nullptr; }
-
-private:
-    T* p_;
-};
 
 // The source row that tap k reads for destination row y, moved to the tap's column.
 template <class S> inline const S* tapRow(const FilterJob& j, int y, int k) {

@@ -15,6 +15,7 @@
 #include "float_order.h"
 #include "morph_kernels.h"
 #include "rows.h"
+#include "scratch.h"
 
 #ifndef ZKR_LEVEL_NS
 #error "ZKR_LEVEL_NS must name the instruction-set level of this translation unit"
@@ -23,18 +24,6 @@
 namespace zkr::morph::ZKR_LEVEL_NS {
 namespace {
 
-template <class T> class Scratch {
-public:
-    explicit Scratch(std::size_t n) : p_(static_cast<T*>(std::malloc((n ? n : 1) * sizeof(T)))) {}
-    ~Scratch() { std::free(p_); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    T* get() const { return p_; }
-    explicit operator bool() const { return p_ != nullptr; }
-
-private:
-    T* p_;
-};
 
 // Keys and the extreme of two keys.
 template <class T> struct KeyOf { using K = T; };
