@@ -3,7 +3,8 @@
 
 The plain build and its tests cover every family. The sanitizer builds cover the framework, every
 family that a test outside the families' own tests names (its modules or functions: the end-to-end,
-unit, fixture and fuzz tests, the scripts, libzkrs), and one of GROUPS rotating groups of the others.
+unit, fixture and fuzz tests, the scripts, libzkrs), and one of GROUPS rotating groups of the others,
+each with the families a module or test needs beside it (one that expands several families' tables).
 The group follows the day of the checked-out commit, so every family is in a sanitizer build at
 least once every GROUPS days of commits, and a given commit always gives the same sample.
 
@@ -64,6 +65,30 @@ def pinned(fams, mods):
     return found
 
 
+def together():
+    """Sets of families that one source needs at once (a module expanding several families' tables)."""
+    groups = []
+    for folder in ["zkri/src", "tests/zkr/families", "bench/zkr_kernels"]:
+        for src in (ROOT / folder).glob("*.cpp"):
+            fams = set(TABLE_REF.findall(src.read_text(errors="replace")))
+            if len(fams) > 1:
+                groups.append(fams)
+    return groups
+
+
+def closed(chosen, groups):
+    """The chosen families with every family a source needs beside a chosen one."""
+    chosen = set(chosen)
+    changed = True
+    while changed:
+        changed = False
+        for g in groups:
+            if chosen & g and not g <= chosen:
+                chosen |= g
+                changed = True
+    return chosen
+
+
 def commit_day():
     try:
         t = subprocess.run(["git", "-C", str(ROOT), "log", "-1", "--format=%ct"], capture_output=True, text=True,
@@ -82,10 +107,12 @@ def main(argv):
     if a.groups < 1:
         ap.error("--groups must be at least 1")
     fams = families()
-    pins = pinned(fams, modules())
+    groups = [g & set(fams) for g in together()]
+    pins = closed(pinned(fams, modules()), groups)
     rest = sorted(set(fams) - pins)
     group = (a.group if a.group is not None else commit_day()) % a.groups
     rotating = [f for i, f in enumerate(rest) if i % a.groups == group]
+    rotating = sorted(closed(rotating, groups) - pins)
     chosen = sorted(pins | set(rotating))
     if a.list:
         for f in sorted(fams):

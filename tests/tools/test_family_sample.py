@@ -54,3 +54,12 @@ def test_bad_group_count_is_refused(tmp_path):
     script = make_tree(tmp_path)
     r = subprocess.run([sys.executable, str(script), "--groups", "0"], capture_output=True, text=True)
     assert r.returncode == 2 and "--groups must be at least 1" in r.stderr
+
+
+def test_a_module_of_two_families_brings_both(tmp_path):
+    script = make_tree(tmp_path)
+    (tmp_path / "zkri" / "src" / "p_two_ia.cpp").write_text('#include "alpha/alpha.tbl"\n#include "beta/beta.tbl"\n')
+    for g in range(3):
+        s = set(sample(script, "--groups", "3", "--group", str(g)))
+        assert ("alpha" in s) == ("beta" in s), s
+    assert "gamma" in set().union(*(set(sample(script, "--groups", "3", "--group", str(g))) for g in range(3)))

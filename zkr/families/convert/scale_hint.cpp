@@ -4,6 +4,7 @@
 // layout, over row bands of the worker pool.
 #include <type_traits>
 
+#include "enum_arg.h"
 #include "checks.h"
 #include "scale_hint_kernels.h"
 #include "worker_pool.h"
@@ -20,12 +21,13 @@ template <Layout L, class A> ZkrStatus run(const A& a) {
     const std::int64_t w = a.roiSize.width;
     if (const ZkrStatus s = checkSteps({a.srcStep}, w * Pixel<S, L>::bytes, int(sizeof(S))); s != zkrStsNoErr) return s;
     if (const ZkrStatus s = checkSteps({a.dstStep}, w * Pixel<D, L>::bytes, int(sizeof(D))); s != zkrStsNoErr) return s;
-    if (a.hint != zkrAlgHintNone && a.hint != zkrAlgHintFast && a.hint != zkrAlgHintAccurate) return zkrStsHintErr;
+    const int hint = zkr::enumArg(a.hint);
+    if (hint != zkrAlgHintNone && hint != zkrAlgHintFast && hint != zkrAlgHintAccurate) return zkrStsHintErr;
     ScaleJob j;
     j.s = a.pSrc, j.sStep = a.srcStep;
     j.d = a.pDst, j.dStep = a.dstStep;
     j.rowLen = a.roiSize.width * kChannels<L>;
-    const RowsFn fn = kernels().fn[kComp<S>][a.hint == zkrAlgHintFast ? 1 : 0][L == Layout::AC4 ? 1 : 0];
+    const RowsFn fn = kernels().fn[kComp<S>][hint == zkrAlgHintFast ? 1 : 0][L == Layout::AC4 ? 1 : 0];
     forRowBands(w * a.roiSize.height, a.roiSize.height, [&](int y0, int y1) { fn(j, y0, y1); });
     return zkrStsNoErr;
 }

@@ -8,6 +8,7 @@
 #include <numbers>
 #include <string_view>
 
+#include "enum_arg.h"
 #include "checks.h"
 #include "dct_kernels.h"
 #include "elem_info.h"
@@ -41,7 +42,7 @@ void makeAxis(Axis& a, int n) {
     }
 }
 
-ZkrStatus initAlloc(ZkriDCTSpec_32f** pp, ZkriSize size, ZkrHintAlgorithm hint) {
+ZkrStatus initAlloc(ZkriDCTSpec_32f** pp, ZkriSize size, int hint) {
     if (!pp) return zkrStsNullPtrErr;
     *pp = nullptr;
     if (size.width < 1 || size.height < 1 || size.width > ZKR_DCT_MAX_LENGTH || size.height > ZKR_DCT_MAX_LENGTH)
@@ -100,7 +101,7 @@ template <Layout L, bool inverse, class A> ZkrStatus run(const A& a) {
 }  // namespace
 }  // namespace zkr::dct
 
-#define ZKR_DCT_AUX_dct_init(args) zkr::dct::initAlloc(args.ppSpec, args.roiSize, args.hint)
+#define ZKR_DCT_AUX_dct_init(args) zkr::dct::initAlloc(args.ppSpec, args.roiSize, zkr::enumArg(args.hint))
 #define ZKR_DCT_AUX_dct_free(args) zkr::dct::freeSpec(args.pSpec)
 #define ZKR_DCT_AUX_dct_bufsize(args) zkr::dct::getBufSize(args.pSpec, args.pBufSize)
 #define ZKR_FN_AUX(name, form, S)        \

@@ -8,6 +8,7 @@
 #include <new>
 #include <type_traits>
 
+#include "enum_arg.h"
 #include "checks.h"
 #include "dft_kernels.h"
 #include "elem_info.h"
@@ -52,7 +53,7 @@ bool validFlag(int flag) {
            flag == ZKR_DFT_NODIV_BY_ANY;
 }
 
-template <class S> ZkrStatus initAlloc(S** ppSpec, ZkriSize size, int flag, ZkrHintAlgorithm hint, bool real) {
+template <class S> ZkrStatus initAlloc(S** ppSpec, ZkriSize size, int flag, int hint, bool real) {
     if (!ppSpec) return zkrStsNullPtrErr;
     *ppSpec = nullptr;
     if (size.width < 1 || size.height < 1 || size.width > ZKR_DFT_MAX_LENGTH || size.height > ZKR_DFT_MAX_LENGTH)
@@ -200,7 +201,7 @@ template <Kind kind, Layout L, class A> ZkrStatus run(const A& a) {
 
 #define ZKR_DFT_IS_REAL(S) std::is_same_v<S, ZkriDFTSpec_R_32f>
 #define ZKR_DFT_AUX_dft_init(args, S) \
-    zkr::dft::initAlloc(args.ppSpec, args.roiSize, args.flag, args.hint, ZKR_DFT_IS_REAL(S))
+    zkr::dft::initAlloc(args.ppSpec, args.roiSize, args.flag, zkr::enumArg(args.hint), ZKR_DFT_IS_REAL(S))
 #define ZKR_DFT_AUX_dft_free(args, S) zkr::dft::freeSpec(args.pSpec, ZKR_DFT_IS_REAL(S))
 #define ZKR_DFT_AUX_dft_bufsize(args, S) zkr::dft::getBufSize(args.pSpec, args.pBufSize, ZKR_DFT_IS_REAL(S))
 

@@ -9,6 +9,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "enum_arg.h"
 #include "checks.h"
 #include "elem_info.h"
 #include "fft_kernels.h"
@@ -82,7 +83,7 @@ bool validFlag(int flag) {
            flag == ZKR_FFT_NODIV_BY_ANY;
 }
 
-template <class S> ZkrStatus initAlloc(S** ppSpec, int orderX, int orderY, int flag, ZkrHintAlgorithm hint, bool real) {
+template <class S> ZkrStatus initAlloc(S** ppSpec, int orderX, int orderY, int flag, int hint, bool real) {
     if (!ppSpec) return zkrStsNullPtrErr;
     *ppSpec = nullptr;
     if (orderX < 0 || orderY < 0 || orderX > ZKR_FFT_MAX_ORDER || orderY > ZKR_FFT_MAX_ORDER) return zkrStsFftOrderErr;
@@ -233,7 +234,7 @@ template <Kind kind, Layout L, class A> ZkrStatus run(const A& a) {
 // Helper rows: the setup kind is told by its type.
 #define ZKR_FFT_IS_REAL(S) std::is_same_v<S, ZkriFFTSpec_R_32f>
 #define ZKR_FFT_AUX_fft_init(args, S) \
-    zkr::fft::initAlloc(args.ppSpec, args.orderX, args.orderY, args.flag, args.hint, ZKR_FFT_IS_REAL(S))
+    zkr::fft::initAlloc(args.ppSpec, args.orderX, args.orderY, args.flag, zkr::enumArg(args.hint), ZKR_FFT_IS_REAL(S))
 #define ZKR_FFT_AUX_fft_free(args, S) zkr::fft::freeSpec(args.pSpec, ZKR_FFT_IS_REAL(S))
 #define ZKR_FFT_AUX_fft_bufsize(args, S) zkr::fft::getBufSize(args.pSpec, args.pBufSize, ZKR_FFT_IS_REAL(S))
 

@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "enum_arg.h"
 #include "checks.h"
 #include "elem_info.h"
 #include "linfilter_kernels.h"
@@ -299,7 +300,7 @@ template <Op op, Layout L, class A> ZkrStatus run(const A& a) {
             if constexpr (requires { a.divisor; }) divisor = a.divisor;
             if (divisor == 0) return zkrStsBadArgErr;
             int round = zkrRndNear;
-            if constexpr (requires { a.roundMode; }) round = int(a.roundMode);
+            if constexpr (requires { a.roundMode; }) round = zkr::enumArg(a.roundMode);
             if (round != zkrRndZero && round != zkrRndNear && round != zkrRndFinancial) return zkrStsBadArgErr;
             using Acc = std::conditional_t<std::is_same_v<S, Zkr32f>, float, double>;
             return runLinear<S, D, Acc>(j, a.pKernel, kw, kh, ax, ay, divisor, round);

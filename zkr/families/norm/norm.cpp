@@ -9,6 +9,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "enum_arg.h"
 #include "checks.h"
 #include "norm_kernels.h"
 #include "worker_pool.h"
@@ -32,13 +33,14 @@ template <class A> auto sourceOf(const A& a) {
 
 template <class A> ZkrStatus checkHint(const A& a) {
     if constexpr (requires { a.hint; }) {
-        if (a.hint != zkrAlgHintNone && a.hint != zkrAlgHintFast && a.hint != zkrAlgHintAccurate) return zkrStsHintErr;
+        const int h = zkr::enumArg(a.hint);
+        if (h != zkrAlgHintNone && h != zkrAlgHintFast && h != zkrAlgHintAccurate) return zkrStsHintErr;
     }
     return zkrStsNoErr;
 }
 
 template <class A> bool fastHint(const A& a) {
-    if constexpr (requires { a.hint; }) return a.hint == zkrAlgHintFast;
+    if constexpr (requires { a.hint; }) return zkr::enumArg(a.hint) == zkrAlgHintFast;
     else return false;
 }
 
