@@ -19,10 +19,10 @@ namespace {
 template <int side> void benchDft(benchmark::State& state, LevelInfo level) {
     if (!selectLevel(state, level)) return;
     const std::size_t n = std::size_t(side) * side;
-    ZkriDFTSpec_C_32fc* spec = nullptr;
+    ZkriDFTSpec_C_32fc* setup = nullptr;
     int bytes = 0;
-    if (zkriDFTInitAlloc_C_32fc(&spec, {side, side}, ZKR_DFT_DIV_INV_BY_N, zkrAlgHintNone) != zkrStsNoErr ||
-        zkriDFTGetBufSize_C_32fc(spec, &bytes) != zkrStsNoErr) {
+    if (zkriDFTInitAlloc_C_32fc(&setup, {side, side}, ZKR_DFT_DIV_INV_BY_N, zkrAlgHintNone) != zkrStsNoErr ||
+        zkriDFTGetBufSize_C_32fc(setup, &bytes) != zkrStsNoErr) {
         state.SkipWithError("setup not created");
     } else {
         Buffer<Zkr8u> work(static_cast<std::size_t>(bytes));
@@ -30,12 +30,12 @@ template <int side> void benchDft(benchmark::State& state, LevelInfo level) {
         const int step = side * 8;
         auto call = [&] {
             return zkriDFTFwd_CToC_32fc_C1R(reinterpret_cast<const Zkr32fc*>(src.data()), step,
-                                            reinterpret_cast<Zkr32fc*>(dst.data()), step, spec, work.data());
+                                            reinterpret_cast<Zkr32fc*>(dst.data()), step, setup, work.data());
         };
         if (const auto t = timeKernel(state, double(n), 0.0, call))
             state.counters["flop/cpu_clk"] = 5.0 * std::log2(double(n)) / t->cpuClkPerPx;
     }
-    zkriDFTFree_C_32fc(spec);
+    zkriDFTFree_C_32fc(setup);
     zkrInit();
 }
 

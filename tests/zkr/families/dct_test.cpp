@@ -72,20 +72,20 @@ void checkCase(const DctCase& c, int w, int h, std::mt19937& rng) {
         for (int i = 0; i < w; ++i) bw[std::size_t(k * w + i)] = basis(w, k, i);
     for (int k = 0; k < h; ++k)
         for (int i = 0; i < h; ++i) bh[std::size_t(k * h + i)] = basis(h, k, i);
-    ZkriDCTSpec_32f* spec = nullptr;
+    ZkriDCTSpec_32f* setup = nullptr;
     int bytes = 0;
-    ASSERT_EQ(zkriDCTInitAlloc_32f(&spec, {w, h}, zkrAlgHintNone), zkrStsNoErr);
-    ASSERT_EQ(zkriDCTGetBufSize_32f(spec, &bytes), zkrStsNoErr);
+    ASSERT_EQ(zkriDCTInitAlloc_32f(&setup, {w, h}, zkrAlgHintNone), zkrStsNoErr);
+    ASSERT_EQ(zkriDCTGetBufSize_32f(setup, &bytes), zkrStsNoErr);
     std::vector<Zkr8u> buffer(std::size_t(bytes), 0xab);
     DctBag bag;
     bag.pSrc = src.data();
     bag.srcStep = src.step;
     bag.pDst = dst.data();
     bag.dstStep = dst.step;
-    bag.pSpec = spec;
+    bag.pSpec = setup;
     bag.pBuffer = buffer.data();
     const ZkrStatus st = c.call(bag);
-    EXPECT_EQ(zkriDCTFree_32f(spec), zkrStsNoErr);
+    EXPECT_EQ(zkriDCTFree_32f(setup), zkrStsNoErr);
     ASSERT_EQ(st, zkrStsNoErr);
     for (int ch = 0; ch < nc; ++ch)
         for (int v = 0; v < h; ++v)
@@ -120,24 +120,24 @@ TEST_F(DctFamily, EveryTransformMatchesTheDoubleSumOnEveryLevel) {
 }
 
 TEST_F(DctFamily, ArgumentErrors) {
-    ZkriDCTSpec_32f* spec = nullptr;
+    ZkriDCTSpec_32f* setup = nullptr;
     EXPECT_EQ(zkriDCTInitAlloc_32f(nullptr, {4, 4}, zkrAlgHintNone), zkrStsNullPtrErr);
-    EXPECT_EQ(zkriDCTInitAlloc_32f(&spec, {4, 0}, zkrAlgHintNone), zkrStsSizeErr);
-    EXPECT_EQ(zkriDCTInitAlloc_32f(&spec, {ZKR_DCT_MAX_LENGTH + 1, 4}, zkrAlgHintNone), zkrStsSizeErr);
-    EXPECT_EQ(zkriDCTInitAlloc_32f(&spec, {4, 4}, ZkrHintAlgorithm(9)), zkrStsHintErr);
-    EXPECT_EQ(spec, nullptr);
+    EXPECT_EQ(zkriDCTInitAlloc_32f(&setup, {4, 0}, zkrAlgHintNone), zkrStsSizeErr);
+    EXPECT_EQ(zkriDCTInitAlloc_32f(&setup, {ZKR_DCT_MAX_LENGTH + 1, 4}, zkrAlgHintNone), zkrStsSizeErr);
+    EXPECT_EQ(zkriDCTInitAlloc_32f(&setup, {4, 4}, ZkrHintAlgorithm(9)), zkrStsHintErr);
+    EXPECT_EQ(setup, nullptr);
     EXPECT_EQ(zkriDCTFree_32f(nullptr), zkrStsNoErr);
     EXPECT_EQ(zkriDCTGetBufSize_32f(nullptr, nullptr), zkrStsNullPtrErr);
-    ASSERT_EQ(zkriDCTInitAlloc_32f(&spec, {6, 2}, zkrAlgHintNone), zkrStsNoErr);
+    ASSERT_EQ(zkriDCTInitAlloc_32f(&setup, {6, 2}, zkrAlgHintNone), zkrStsNoErr);
     int bytes = 0;
-    ASSERT_EQ(zkriDCTGetBufSize_32f(spec, &bytes), zkrStsNoErr);
+    ASSERT_EQ(zkriDCTGetBufSize_32f(setup, &bytes), zkrStsNoErr);
     std::vector<Zkr8u> buffer(static_cast<std::size_t>(bytes)), img(1024);
     forEachCase(cases(), [](const DctCase&) { return true; }, [&](const DctCase& c) {
         DctBag ok;
         ok.pSrc = img.data();
         ok.pDst = img.data() + 512;
         ok.srcStep = ok.dstStep = 6 * 4 * c.channels;
-        ok.pSpec = spec;
+        ok.pSpec = setup;
         ok.pBuffer = buffer.data();
         DctBag b = ok;
         b.pSpec = nullptr;
@@ -147,7 +147,7 @@ TEST_F(DctFamily, ArgumentErrors) {
         EXPECT_EQ(c.call(b), zkrStsStepErr);
         EXPECT_EQ(c.call(ok), zkrStsNoErr);
     });
-    EXPECT_EQ(zkriDCTFree_32f(spec), zkrStsNoErr);
+    EXPECT_EQ(zkriDCTFree_32f(setup), zkrStsNoErr);
     EXPECT_EQ(cases().size(), 8u);
 }
 

@@ -79,7 +79,7 @@ struct DftSetup {
         EXPECT_EQ(zkriDFTFree_C_32fc(c), zkrStsNoErr);
         EXPECT_EQ(zkriDFTFree_R_32f(r), zkrStsNoErr);
     }
-    const void* spec() const { return c ? static_cast<const void*>(c) : static_cast<const void*>(r); }
+    const void* setup() const { return c ? static_cast<const void*>(c) : static_cast<const void*>(r); }
 };
 
 // The direct 2-D DFT (sign -1 forward, +1 inverse) as its double sum, the inner one along the rows;
@@ -137,7 +137,7 @@ template <class Ts, class Td> void checkCase(const DftCase& c, int w, int h, int
     bag.srcStep = src.step;
     bag.pDst = bag.pSrcDst = c.inPlace ? src.data() : dst.data();
     bag.dstStep = bag.srcDstStep = c.inPlace ? src.step : dst.step;
-    bag.pSpec = setup.spec();
+    bag.pSpec = setup.setup();
     bag.pBuffer = setup.buffer.data();
     bag.scaleFactor = sf;
     ASSERT_EQ(c.call(bag), zkrStsNoErr);
@@ -239,13 +239,13 @@ TEST_F(DftFamily, ArgumentErrors) {
         DftBag ok;
         ok.pSrc = ok.pDst = ok.pSrcDst = img.data();
         ok.srcStep = ok.dstStep = ok.srcDstStep = 256;
-        ok.pSpec = c.complex() ? cplx.spec() : real.spec();
+        ok.pSpec = c.complex() ? cplx.setup() : real.setup();
         ok.pBuffer = (c.complex() ? cplx : real).buffer.data();
         DftBag b = ok;
         b.pBuffer = nullptr;
         EXPECT_EQ(c.call(b), zkrStsNullPtrErr);
         b = ok;
-        b.pSpec = c.complex() ? real.spec() : cplx.spec();
+        b.pSpec = c.complex() ? real.setup() : cplx.setup();
         EXPECT_EQ(c.call(b), zkrStsContextMatchErr);
         b = ok;
         b.srcStep = b.srcDstStep = 5 * (c.complex() ? 8 : c.channels) - 1;
